@@ -1,0 +1,7 @@
+#include "support/NotInstalledException.h"
+
+namespace Orvanta_OvWallet {
+
+NotInstalledException::~NotInstalledException() = default;
+
+}  // namespace Orvanta_OvWallet
