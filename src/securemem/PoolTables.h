@@ -1,0 +1,71 @@
+// The tables of LockedPagePool and the operations on them, without the lock.
+//
+// LockedPagePool.h says how the pool works. Whoever calls holds ProcessLock or owns the only
+// reference to the object. Addresses and sizes are unsigned 64-bit numbers, ranges half-open.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <vector>
+
+namespace Orvanta_OvWallet {
+
+class PoolTables {
+  public:
+    struct Region {
+        std::uint64_t lockedLength;  // whole pages, in bytes
+        bool locked;                 // whether locking them was granted
+    };
+    using RegionTable = std::map<std::uint64_t, Region>;
+    using AddressSet = std::set<std::uint64_t>;
+    using SizeTable = std::multimap<std::uint64_t, std::uint64_t>;
+
+    static constexpr std::uint64_t kGranularity = 16;
+    static constexpr std::uint64_t kLargestSize = 0xFFFFFFFFFFFFFFF0;
+
+    // size is at most kLargestSize. Throws what systemPageSize throws, or std::bad_alloc; the
+    // tables are then unchanged.
+    std::uint64_t allocate(std::uint64_t size);
+
+    // size is at most kLargestSize. Nothing happens for an address outside every region.
+    void release(std::uint64_t address, std::uint64_t size);
+
+    const RegionTable& regions() const { return regions_; }
+    const AddressSet& freeAddresses() const { return freeAddresses_; }
+    const SizeTable& freeSizes() const { return freeSizes_; }
+
+  private:
+    // The two table entries of one free block, outside the tables.
+    struct FreeEntry {
+        AddressSet::node_type address;
+        SizeTable::node_type size;
+    };
+    struct Block {
+        std::uint64_t address;
+        std::uint64_t size;
+
+        std::uint64_t end() const { return address + size; }
+    };
+
+    static FreeEntry makeFreeEntry();
+    FreeEntry takeSpareEntry();
+    FreeEntry extractFree(Block block);
+    void insertFree(FreeEntry entry, Block block);
+
+    std::uint64_t takeWhole(SizeTable::iterator entry);
+    std::uint64_t carveFromEnd(SizeTable::iterator entry, std::uint64_t size);
+    std::uint64_t allocateRegion(std::uint64_t size);
+
+    SizeTable::iterator freeSizeOf(std::uint64_t address);
+    Block mergeForward(Block block, std::uint64_t lockedEnd);
+    Block mergeBackward(Block block, std::uint64_t rawStart);
+    void returnRegion(RegionTable::iterator region, Block lockedRange);
+
+    RegionTable regions_;
+    AddressSet freeAddresses_;
+    SizeTable freeSizes_;
+    std::vector<FreeEntry> spareEntries_;
+};
+
+}  // namespace Orvanta_OvWallet
