@@ -1,0 +1,64 @@
+#include "wallet/LibraryLoaderBase.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include "session/ModuleLocator.h"
+#include "support/NotInstalledException.h"
+#include "support/canonicalPath.h"
+#include "support/formatMessage.h"
+#include "support/walletVersion.h"
+
+namespace Orvanta_OvWallet::PrivateStuff {
+namespace {
+
+constexpr const char* kCannotLoad = "Cannot load the \"%s\" library%s";
+constexpr const char* kCannotUnload = "Cannot unload the \"%s\" library%s";
+
+[[noreturn]] void throwCannotLoad(const std::string& path) {
+    // The loader's text is taken first: what follows may change it.
+    const std::string message = loaderMessage(kCannotLoad, path);
+    if (::access(path.c_str(), F_OK) != 0) {
+        throw NotInstalledException(formatMessage(kWalletMissing, kWalletVersion, path.c_str()));
+    }
+    throw OvWalletException(message);
+}
+
+}  // namespace
+
+void openLibrary(std::string& path, void*& handle) {
+    path =
+        ModuleLocator() + "/" + kWalletVersion + "/ovwallet/" + kWalletPlatform + "/libovwallet.so";
+    CanonicalPath canonical = canonicalPath(path);
+    if (canonical.errnum == 0) {
+        path = std::move(canonical.path);
+    }
+    handle = ::dlopen(path.c_str(), RTLD_LAZY);
+    if (handle == nullptr) {
+        throwCannotLoad(path);
+    }
+}
+
+void closeLibrary(const std::string& path, void* handle) {
+    if (::dlclose(handle) != 0) {
+        throw OvWalletException(loaderMessage(kCannotUnload, path));
+    }
+}
+
+void* findEntryPoint(const std::string& path, void* handle, const char* name) {
+    void* const address = ::dlsym(handle, name);
+    if (address == nullptr) {
+        const std::string messageTemplate =
+            std::string("Cannot find the \"") + name + "\" function in the \"%s\" library%s";
+        throw OvWalletException(loaderMessage(messageTemplate.c_str(), path));
+    }
+    return address;
+}
+
+std::string loaderMessage(const char* messageTemplate, const std::string& path) {
+    const char* const text = ::dlerror();
+    const std::string suffix = text == nullptr ? "" : std::string(" because: ") + text;
+    return formatMessage(messageTemplate, path.c_str(), suffix.c_str());
+}
+
+}  // namespace Orvanta_OvWallet::PrivateStuff

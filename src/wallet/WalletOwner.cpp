@@ -1,0 +1,15 @@
+#include "wallet/WalletOwner.h"
+
+#include "support/OvWalletException.h"
+#include "support/formatMessage.h"
+
+namespace Orvanta_OvWallet {
+
+void throwWalletError(const char* messageTemplate, WalletError* error) {
+    const OwnedWalletError owner(error);
+    const char* const description = OvWallet_getErrorDescription(error);
+    throw OvWalletException(
+        formatMessage(messageTemplate, description == nullptr ? "unknown error" : description));
+}
+
+}  // namespace Orvanta_OvWallet

@@ -1,0 +1,50 @@
+// Owners of what the wallet library hands out.
+//
+// An owner frees its object when it goes. Freeing may fail, and a destructor keeps that to itself;
+// where the failure is to be reported, call free() first.
+#pragma once
+
+#include "wallet/WalletApi.h"
+
+namespace Orvanta_OvWallet {
+
+// A null object is freed like any other: its call succeeded, so a reference to the library came
+// with it, which only the free function gives back.
+template <typename Object, void (*Free)(Object*)>
+class WalletOwner {
+  public:
+    explicit WalletOwner(Object* object) noexcept : object_(object) {}
+    ~WalletOwner() {
+        try {
+            free();
+        } catch (...) {
+            return;
+        }
+    }
+    WalletOwner(const WalletOwner&) = delete;
+    WalletOwner& operator=(const WalletOwner&) = delete;
+
+    Object* get() const noexcept { return object_; }
+
+    // Frees the object now; whatever its free function throws leaves. Once only.
+    void free() {
+        if (owned_) {
+            owned_ = false;
+            Free(object_);
+        }
+    }
+
+  private:
+    Object* object_;
+    bool owned_ = true;
+};
+
+using OwnedWallet = WalletOwner<Wallet, OvWallet_freeV1>;
+using OwnedLockedUTF8Vector = WalletOwner<LockedUTF8Vector, OvWallet_freeLockedUTF8Vector>;
+using OwnedWalletError = WalletOwner<WalletError, OvWallet_freeError>;
+
+// Throws OvWalletException with the error object's description in the place of the template's one
+// "%s", and frees the error object, which is not null.
+[[noreturn]] void throwWalletError(const char* messageTemplate, WalletError* error);
+
+}  // namespace Orvanta_OvWallet
