@@ -1,0 +1,31 @@
+// From the pathname of the module that holds this code to the OvWallet client directory.
+//
+// The module's links are followed to the directory where its file really lies. A link there called
+// "ovwalletdir" leads to the wallet directory, whose parent is the client directory. A process
+// whose effective user differs from its real user gets the client directory only when the wallet's
+// helper executable there is what it should be (see helperExecutable.h).
+#pragma once
+
+#include <string>
+
+namespace Orvanta_OvWallet {
+
+// Returns an empty message and sets clientDir, or returns why the client directory could not be
+// found, as a whole sentence for the user; clientDir then holds nothing of use.
+//
+// A module name without "/" is looked for in the directories listed in the environment variable
+// "PATH". An empty element of the list stands for the root directory.
+//
+// Returned messages:
+//   Failed to find "MODULE" in directories listed in $PATH.
+//   "MODULE" does not name an existing file.
+//   The symbolic link at "PATHNAME" is empty.
+//   A failure accessing "PATHNAME" occurred (errno = TEXT).
+//   The ovwalletdir symbolic link is not present in "DIRECTORY".
+//   Cannot read the contents of the ovwalletdir symbolic link (in "DIRECTORY") (errno = TEXT).
+//   The ovwalletdir symbolic link (in "DIRECTORY") is empty.
+//   those of checkHelperExecutable
+// Thrown: OvWalletException of CurrentDirectory, NotInstalledException of checkHelperExecutable.
+std::string InstallationLocator(const std::string& moduleName, std::string& clientDir);
+
+}  // namespace Orvanta_OvWallet
