@@ -1,0 +1,32 @@
+// What macro expansion needs to know of a side's JDBC URL.
+//
+//     jdbc:orvanta://DATABASE-ID/PARAMETERS
+//
+// Parsing never fails: a URL of any other form has an empty database id and the default logon
+// mechanism. The prefix is compared byte for byte. Without a "/" behind the prefix the database id
+// runs from the first blank to the last one (see parameterScan.h for what a blank is).
+//
+// Deliberate: a database id in brackets, "[" first and "]" right behind its end, is shifted one
+// byte to the right as a whole; it is not stripped of its brackets.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "substitution/ByteRange.h"
+
+namespace Orvanta_OvWallet {
+
+// The logon mechanism of a URL that names none: "OV2".
+ByteRange defaultLogonMechanism();
+
+struct JdbcUrlParts {
+    ByteRange databaseId;
+    ByteRange logonMechanism = defaultLogonMechanism();
+};
+
+// The ranges point into url, or at constants; url lives as long as they are used. Parameter values
+// may be edited in place.
+JdbcUrlParts parseJdbcUrl(std::span<std::uint8_t> url);
+
+}  // namespace Orvanta_OvWallet

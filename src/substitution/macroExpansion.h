@@ -1,0 +1,31 @@
+// Replaces every wallet reference in a text by the string that the wallet keeps under its name.
+//
+// Theory of operation. A reference is the keyword "$ovwallet", followed by a name in parentheses
+// (see MacroName.h) or bare. A bare one, and one whose parenthesis is never closed, stands for the
+// entry "com.orvanta." + logon mechanism; of the latter only the keyword is replaced. The text is
+// searched from left to right. After a replacement the search goes on behind the inserted value;
+// when nothing more is found it starts again from the beginning, until a whole pass finds nothing.
+// So fetched values are expanded too, and so is a keyword that a value completes together with its
+// surroundings.
+//
+// The first pass meets what the user wrote and expands all of it. What later passes meet came out
+// of fetched values; after 10,000 of those the references are taken to lead back to themselves.
+//
+// Secret bytes go from the wallet's locked vector straight into the locked text. The lock is not
+// held.
+#pragma once
+
+#include "securemem/SecureByteVector.h"
+#include "substitution/JdbcUrl.h"
+#include "wallet/WalletTypes.h"
+
+namespace Orvanta_OvWallet {
+
+// Throws OvWalletException:
+//   Attempt to get value from Orvanta Wallet failed because: TEXT
+//   Unsupported replacement macro, "$(...)", found in credential information.
+//   Orvanta Wallet references in credential information lead back to themselves.
+// and what the text's insert throws. The text is then of no use; every fetched value is freed.
+void expandMacros(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url);
+
+}  // namespace Orvanta_OvWallet
