@@ -1,0 +1,61 @@
+#include "doubles/FailingHeap.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+std::atomic<std::int64_t> live = 0;
+thread_local std::uint64_t remaining = 0;
+thread_local bool hasFailed = false;
+
+bool failNow() {
+    if (remaining == 0 || --remaining != 0) {
+        return false;
+    }
+    hasFailed = true;
+    return true;
+}
+
+void freeMemory(void* memory) noexcept {
+    if (memory != nullptr) {
+        --live;
+        std::free(memory);
+    }
+}
+
+}  // namespace
+
+FailingHeap::FailingHeap(std::uint64_t failAt) {
+    hasFailed = false;
+    remaining = failAt;
+}
+
+FailingHeap::~FailingHeap() {
+    remaining = 0;
+}
+
+bool FailingHeap::failed() const {
+    return hasFailed;
+}
+
+std::int64_t FailingHeap::liveAllocations() {
+    return live;
+}
+
+void* operator new(std::size_t size) {
+    void* const memory = failNow() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    ++live;
+    return memory;
+}
+
+void operator delete(void* memory) noexcept {
+    freeMemory(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    freeMemory(memory);
+}
