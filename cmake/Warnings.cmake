@@ -4,7 +4,7 @@ target_compile_features(walletcaller_options INTERFACE cxx_std_20)
 target_compile_options(walletcaller_options INTERFACE
     -Wall -Wextra -Wpedantic -Werror
     -Wshadow -Wconversion -Wsign-conversion -Wcast-align -Wcast-qual -Wundef -Wvla -Wformat=2
-    -Wno-format-nonliteral -Wnull-dereference -Wimplicit-fallthrough
+    -Wno-format-nonliteral -Wimplicit-fallthrough
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wextra-semi>
     $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast>)
 
