@@ -20,3 +20,7 @@ if(WALLETCALLER_COVERAGE)
     target_compile_options(walletcaller_options INTERFACE --coverage -fprofile-update=atomic)
     target_link_options(walletcaller_options INTERFACE --coverage)
 endif()
+
+if(WALLETCALLER_FUZZ)
+    target_compile_options(walletcaller_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
