@@ -55,7 +55,7 @@ class EffectiveRoot {
         : user_(::geteuid()), regained_(user_ != kRoot && ::setreuid(kUnchanged, kRoot) == 0) {}
     ~EffectiveRoot() {
         if (regained_) {
-            static_cast<void>(::setreuid(kUnchanged, user_));
+            [[maybe_unused]] const int result = ::setreuid(kUnchanged, user_);
         }
     }
     EffectiveRoot(const EffectiveRoot&) = delete;
