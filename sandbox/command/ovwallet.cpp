@@ -192,7 +192,7 @@ void run(Arguments arguments) {
     if (arguments.empty()) {
         throw UsageError();
     }
-    if (arguments[0] == "--help") {
+    if (arguments[0] == "--help" && arguments.size() == 1) {
         std::cout << kHelp;
         return;
     }
