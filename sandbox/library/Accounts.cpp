@@ -62,8 +62,8 @@ struct Books {
     void chooseLedger() {
         try {
             const std::string place = currentDirectory();
-            // An open file that is still the right one is kept: that is the common case.
             if (!ledgerFile || !ledgerFile->isFileOf(place)) {
+                ledgerFile.reset();
                 ledgerFile = MappedLedger::open(place);
             }
         } catch (const Failure& failure) {
