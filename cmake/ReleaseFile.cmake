@@ -53,6 +53,7 @@ target_compile_options(walletcaller_release_options INTERFACE
 function(walletcaller_make_release_file target)
     target_sources(${target} PRIVATE
         ${PROJECT_SOURCE_DIR}/cmake/release/oldGlibc.c
+        ${PROJECT_SOURCE_DIR}/cmake/release/terminate.cpp
         ${PROJECT_SOURCE_DIR}/cmake/release/versionNote.c)
     target_compile_definitions(${target} PRIVATE WALLETCALLER_VERSION="${PROJECT_VERSION}")
     # Not -static-libgcc: with a second unwinder an exception that a client library throws ends the JVM.

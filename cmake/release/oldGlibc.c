@@ -1,6 +1,7 @@
-// What lets the shipped file load where glibc is older than the one it was built with: calls that the
-// headers and libstdc++ bind to newer symbols, over the symbols that every glibc has. All hidden: the
-// process's own symbols of these names stay what they are. Linked into the shipped file only.
+// What lets the shipped file load where glibc is older than the one it was built with: calls that
+// the headers and libstdc++ bind to newer symbols, over the symbols that every glibc has. All
+// hidden: the process's own symbols of these names stay what they are. Linked into the shipped file
+// only.
 
 // glibc 2.33 made functions of stat and lstat; before, the headers called these two.
 struct stat;
@@ -23,9 +24,9 @@ __attribute__((visibility("hidden"))) int lstat(const char* path, struct stat* s
 // glibc 2.32 tells libstdc++ here whether it may save atomic operations. In a JVM it never may.
 __attribute__((visibility("hidden"))) char __libc_single_threaded = 0;
 
-// The exceptions of each thread, as the C++ ABI lays them out. libstdc++'s own copy is reached through
-// a function of the dynamic loader, which would make the loader one more file that ours asks for, and
-// which ends the process when it runs out of memory on a thread's first exception.
+// The exceptions of each thread, as the C++ ABI lays them out. libstdc++'s own copy is reached
+// through a function of the dynamic loader, which would make the loader one more file that ours
+// asks for, and which ends the process when it runs out of memory on a thread's first exception.
 struct ThreadExceptions {
     void* caught;
     unsigned int uncaught;
