@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <new>
 
+#include "doubles/PlacedHeap.h"
+
 namespace {
 
 std::atomic<std::int64_t> live = 0;
@@ -18,10 +20,17 @@ bool failNow() {
     return true;
 }
 
+void* takeMemory(std::size_t size) {
+    void* const place = PlacedHeap::take(size);
+    return place != nullptr ? place : std::malloc(size == 0 ? 1 : size);
+}
+
 void freeMemory(void* memory) noexcept {
     if (memory != nullptr) {
         --live;
-        std::free(memory);
+        if (!PlacedHeap::giveBack(memory)) {
+            std::free(memory);
+        }
     }
 }
 
@@ -45,7 +54,7 @@ std::int64_t FailingHeap::liveAllocations() {
 }
 
 void* operator new(std::size_t size) {
-    void* const memory = failNow() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    void* const memory = failNow() ? nullptr : takeMemory(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
     }
