@@ -1,0 +1,168 @@
+#include "doubles/ClientLibraryDouble.h"
+
+#include <dlfcn.h>
+
+#include <cerrno>
+#include <map>
+#include <sstream>
+#include <type_traits>
+#include <utility>
+
+#include "doubles/SystemCalls.h"
+#include "session/ModuleLocator.h"
+
+using namespace Orvanta_OvWallet;
+
+namespace {
+
+ClientLibraryDouble* currentLibrary = nullptr;
+
+template <typename Argument>
+std::uint64_t number(Argument argument) {
+    if constexpr (std::is_pointer_v<Argument>) {
+        return reinterpret_cast<std::uint64_t>(argument);
+    } else {
+        return argument;
+    }
+}
+
+template <typename Result>
+Result answer() {
+    const ClientLibraryDouble& library = ClientLibraryDouble::current();
+    if constexpr (std::is_same_v<Result, WalletError*>) {
+        return library.error;
+    } else if constexpr (std::is_same_v<Result, const char*>) {
+        return library.text;
+    } else if constexpr (std::is_same_v<Result, std::uint8_t*>) {
+        return library.bytes;
+    } else if constexpr (std::is_same_v<Result, std::int32_t>) {
+        return library.code;
+    } else if constexpr (std::is_same_v<Result, std::uint32_t>) {
+        return library.size;
+    }
+}
+
+template <typename Result>
+struct EntryPoint {
+    const char* name;
+
+    template <typename... Arguments>
+    Result operator()(Arguments... arguments) const {
+        ClientLibraryDouble::current().called(name, {number(arguments)...});
+        return answer<Result>();
+    }
+};
+
+namespace entries {
+#define WALLET_ENTRY(ordinal, discipline, result, name, parameters, arguments) \
+    result name parameters {                                                   \
+        return EntryPoint<result>{#name} arguments;                            \
+    }
+#define WALLET_ENTRY_UNWRAPPED(ordinal, result, name, parameters) \
+    void name() {}
+#include "wallet/EntryPoints.def"
+}  // namespace entries
+
+const std::map<std::string, void*>& addresses() {
+    static const std::map<std::string, void*> known{
+#define WALLET_ENTRY(ordinal, discipline, result, name, parameters, arguments) \
+    {#name, reinterpret_cast<void*>(&entries::name)},
+#define WALLET_ENTRY_UNWRAPPED(ordinal, result, name, parameters) \
+    {#name, reinterpret_cast<void*>(&entries::name)},
+#include "wallet/EntryPoints.def"
+    };
+    return known;
+}
+
+}  // namespace
+
+ClientLibraryDouble::ClientLibraryDouble() : mutexes_(findProcessLockMutexes()) {
+    currentLibrary = this;
+    moduleLocationEnabled = false;
+    replaceLoader();
+    watchLock();
+}
+
+ClientLibraryDouble::~ClientLibraryDouble() {
+    systemCalls() = SystemCalls{};
+    currentLibrary = nullptr;
+}
+
+ClientLibraryDouble& ClientLibraryDouble::current() {
+    return *currentLibrary;
+}
+
+void* ClientLibraryDouble::handle() {
+    static char object;
+    return &object;
+}
+
+std::vector<std::string> ClientLibraryDouble::takeEvents() {
+    return std::exchange(events_, {});
+}
+
+void ClientLibraryDouble::called(const std::string& entryPoint,
+                                 const std::vector<std::uint64_t>& arguments) {
+    std::ostringstream event;
+    event << "call " << entryPoint << "(" << std::hex;
+    for (const char* separator = ""; const std::uint64_t argument : arguments) {
+        event << separator << "0x" << argument;
+        separator = ", ";
+    }
+    event << ")";
+    note(event.str());
+    if (onCall) {
+        onCall(entryPoint);
+    }
+}
+
+void ClientLibraryDouble::replaceLoader() {
+    systemCalls().dlopen = [this](const char* path, int mode) -> void* {
+        note(std::string("dlopen ") + path + (mode == RTLD_LAZY ? "" : " in another mode"));
+        return openFailures > 0 && openFailures-- > 0 ? nullptr : handle();
+    };
+    systemCalls().dlsym = [this](void* library, const char* name) -> void* {
+        resolved_.push_back(name);
+        return library == handle() && name != missing ? addresses().at(name) : nullptr;
+    };
+    systemCalls().dlclose = [this](void* library) {
+        note(library == handle() ? "dlclose" : "dlclose of another handle");
+        return closeFailures > 0 && closeFailures-- > 0 ? 1 : 0;
+    };
+    systemCalls().dlerror = [this]() {
+        note("dlerror");
+        return const_cast<char*>(reason);
+    };
+}
+
+void ClientLibraryDouble::failLocks(std::set<int> attempts) {
+    failingLocks_ = std::move(attempts);
+    lockAttempts_ = 0;
+}
+
+int ClientLibraryDouble::lockGuardMutex() {
+    if (failingLocks_.contains(++lockAttempts_)) {
+        note("lock fails");
+        return EINVAL;
+    }
+    return real::pthread_mutex_lock(mutexes_.guard);
+}
+
+void ClientLibraryDouble::watchLock() {
+    systemCalls().pthread_mutex_lock = [this](pthread_mutex_t* mutex) {
+        if (mutex == mutexes_.guard) {
+            return lockGuardMutex();
+        }
+        const int result = real::pthread_mutex_lock(mutex);
+        if (mutex == mutexes_.hold) {
+            note("lock");
+        }
+        return result;
+    };
+    systemCalls().pthread_mutex_unlock = [this](pthread_mutex_t* mutex) {
+        if (mutex == mutexes_.hold) {
+            note("unlock");
+        }
+        return real::pthread_mutex_unlock(mutex);
+    };
+}
