@@ -20,12 +20,6 @@ ByteRange rangeOf(std::span<const std::uint8_t> bytes) {
     return {bytes.data(), bytes.data() + bytes.size()};
 }
 
-ByteRange withBracketRule(ByteRange databaseId, const std::uint8_t* urlEnd) {
-    const bool bracketed = !databaseId.empty() && *databaseId.begin == '[' &&
-                           databaseId.end != urlEnd && *databaseId.end == ']';
-    return bracketed ? ByteRange{databaseId.begin + 1, databaseId.end + 1} : databaseId;
-}
-
 }  // namespace
 
 ByteRange defaultLogonMechanism() {
@@ -50,6 +44,12 @@ JdbcUrlParts parseJdbcUrl(std::span<std::uint8_t> url) {
     }
     parts.databaseId = withBracketRule(parts.databaseId, url.data() + url.size());
     return parts;
+}
+
+ByteRange withBracketRule(ByteRange databaseId, const std::uint8_t* urlEnd) {
+    const bool bracketed = !databaseId.empty() && *databaseId.begin == '[' &&
+                           databaseId.end != urlEnd && *databaseId.end == ']';
+    return bracketed ? ByteRange{databaseId.begin + 1, databaseId.end + 1} : databaseId;
 }
 
 }  // namespace Orvanta_OvWallet

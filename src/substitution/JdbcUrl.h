@@ -29,4 +29,8 @@ struct JdbcUrlParts {
 // may be edited in place.
 JdbcUrlParts parseJdbcUrl(std::span<std::uint8_t> url);
 
+// The rule on brackets, which is the last step of parsing. urlEnd is the end of the URL that the
+// database id lies in.
+ByteRange withBracketRule(ByteRange databaseId, const std::uint8_t* urlEnd);
+
 }  // namespace Orvanta_OvWallet

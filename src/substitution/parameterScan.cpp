@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iterator>
-#include <optional>
 #include <string_view>
 
 namespace Orvanta_OvWallet {
@@ -51,30 +50,6 @@ std::size_t findSeparator(std::span<const std::uint8_t> text, std::uint8_t separ
     const std::size_t found = find(text, separator, value, end);
     const bool quoted = quotes.open < found && found < quotes.close;
     return quoted ? find(text, separator, quotes.close + 1, end) : found;
-}
-
-// The next parameter in [from, end); end moves to just after the last blank of what is left.
-std::optional<UrlParameter> nextParameter(std::span<const std::uint8_t> text, std::size_t from,
-                                          std::size_t& end) {
-    const std::size_t key = findBlank(text, from, end);
-    if (key == end) {
-        return std::nullopt;
-    }
-    end = findBlankEnd(text, key, end);
-    const std::size_t equals = find(text, '=', key, end);
-    if (equals == end) {
-        return std::nullopt;
-    }
-    const std::size_t keyEnd = findBlankEnd(text, key, equals);
-    const std::size_t value = findBlank(text, equals + 1, end);
-    if (value == end || text[value] == ',') {
-        return std::nullopt;
-    }
-    const Quotes quotes = findQuotes(text, value, end);
-    const std::size_t valueEnd = std::min(findSeparator(text, ',', value, end, quotes),
-                                          findSeparator(text, ' ', value, end, quotes));
-    const std::size_t next = valueEnd == end ? end : valueEnd + 1;
-    return UrlParameter{key, keyEnd, value, valueEnd, quotes.firstDoubled, next};
 }
 
 std::uint8_t upperCase(std::uint8_t byte) {
@@ -130,6 +105,29 @@ std::size_t findBlankEnd(std::span<const std::uint8_t> text, std::size_t from, s
         --to;
     }
     return std::max(from, to);
+}
+
+std::optional<UrlParameter> nextParameter(std::span<const std::uint8_t> text, std::size_t from,
+                                          std::size_t& end) {
+    const std::size_t key = findBlank(text, from, end);
+    if (key == end) {
+        return std::nullopt;
+    }
+    end = findBlankEnd(text, key, end);
+    const std::size_t equals = find(text, '=', key, end);
+    if (equals == end) {
+        return std::nullopt;
+    }
+    const std::size_t keyEnd = findBlankEnd(text, key, equals);
+    const std::size_t value = findBlank(text, equals + 1, end);
+    if (value == end || text[value] == ',') {
+        return std::nullopt;
+    }
+    const Quotes quotes = findQuotes(text, value, end);
+    const std::size_t valueEnd = std::min(findSeparator(text, ',', value, end, quotes),
+                                          findSeparator(text, ' ', value, end, quotes));
+    const std::size_t next = valueEnd == end ? end : valueEnd + 1;
+    return UrlParameter{key, keyEnd, value, valueEnd, quotes.firstDoubled, next};
 }
 
 ByteRange scanLogonMechanism(std::span<std::uint8_t> text, ByteRange initial) {

@@ -12,6 +12,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "substitution/ByteRange.h"
@@ -34,6 +35,11 @@ struct UrlParameter {
     std::size_t doubledQuote;  // the first doubled quote, or the end of the text scanned
     std::size_t next;          // where the next parameter is looked for
 };
+
+// The first parameter in [from, end), or nothing when there is none left to scan. end moves to just
+// after the last blank in what is left: no parameter reaches beyond.
+std::optional<UrlParameter> nextParameter(std::span<const std::uint8_t> text, std::size_t from,
+                                          std::size_t& end);
 
 // The logon mechanism among the parameters in text: the last value whose key begins with the
 // letters "LOGMECH" in any case, or otherwise the initial one. Quotes of such a value are edited in
