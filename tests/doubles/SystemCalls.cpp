@@ -2,8 +2,24 @@
 
 #include <cstdarg>
 
+#include "support/NeverDestroyed.h"
+
+namespace {
+
+// Null until a test asks for the replacements: the runtime of a sanitizer makes its first calls
+// before anything is constructed, and its last ones after everything is destroyed.
+SystemCalls* replacements = nullptr;
+
+SystemCalls& makeReplacements() {
+    static Orvanta_OvWallet::NeverDestroyed<SystemCalls> calls;
+    replacements = &*calls;
+    return *calls;
+}
+
+}  // namespace
+
 SystemCalls& systemCalls() {
-    static SystemCalls calls;
+    static SystemCalls& calls = makeReplacements();
     return calls;
 }
 
@@ -14,7 +30,8 @@ SystemCalls& systemCalls() {
         return __real_##name arguments;                                                     \
     }                                                                                       \
     result __wrap_##name parameters {                                                       \
-        return systemCalls().name ? systemCalls().name arguments : __real_##name arguments; \
+        return replacements != nullptr && replacements->name ? replacements->name arguments \
+                                                             : __real_##name arguments;     \
     }
 WALLETCALLER_SYSTEM_CALLS(WALLETCALLER_WRAP)
 
@@ -31,18 +48,19 @@ ssize_t real::getline(char** line, std::size_t* capacity, std::FILE* file) {
 }
 
 ssize_t __wrap_getline(char** line, std::size_t* capacity, std::FILE* file) {
-    return systemCalls().getline ? systemCalls().getline(line, capacity, file)
-                                 : __real_getline(line, capacity, file);
+    return replacements != nullptr && replacements->getline
+               ? replacements->getline(line, capacity, file)
+               : __real_getline(line, capacity, file);
 }
 
 ssize_t __wrap___getdelim(char** line, std::size_t* capacity, int delimiter, std::FILE* file) {
-    return systemCalls().getline && delimiter == '\n'
-               ? systemCalls().getline(line, capacity, file)
+    return replacements != nullptr && replacements->getline && delimiter == '\n'
+               ? replacements->getline(line, capacity, file)
                : __real___getdelim(line, capacity, delimiter, file);
 }
 
 void __wrap_syslog(int priority, const char* format, ...) {
-    if (!systemCalls().syslog) {
+    if (replacements == nullptr || !replacements->syslog) {
         return;
     }
     char text[4096];
@@ -50,5 +68,5 @@ void __wrap_syslog(int priority, const char* format, ...) {
     va_start(arguments, format);
     std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    systemCalls().syslog(priority, text);
+    replacements->syslog(priority, text);
 }
