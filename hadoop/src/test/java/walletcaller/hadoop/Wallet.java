@@ -1,0 +1,110 @@
+package walletcaller.hadoop;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+
+import java.io.IOException;
+import java.io.UncheckedIOException;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.HashMap;
+import java.util.List;
+import java.util.Map;
+import java.util.TreeMap;
+
+/** One user's sandbox wallet, kept by its own command, with its ledger and its journal on. */
+final class Wallet {
+    private final Path home;
+
+    Wallet(Path home) {
+        this.home = home;
+        try {
+            Files.createDirectory(home);
+            Files.createFile(home.resolve("journal"));
+        } catch (IOException failure) {
+            throw new UncheckedIOException(failure);
+        }
+        run(new byte[0], "ledger", "start");
+    }
+
+    Path home() {
+        return home;
+    }
+
+    void add(String name, String value) {
+        // The command drops one newline at the end of its input.
+        byte[] bytes = value.getBytes(StandardCharsets.UTF_8);
+        byte[] line = Arrays.copyOf(bytes, bytes.length + 1);
+        line[bytes.length] = '\n';
+        run(line, "add", name);
+    }
+
+    void delete(String name) {
+        run(new byte[0], "delete", name);
+    }
+
+    /** The names asked for, in order. */
+    List<String> fetched() {
+        try {
+            return Files.readAllLines(home.resolve("journal")).stream()
+                    .map(line -> line.substring("get ".length())).toList();
+        } catch (IOException failure) {
+            throw new UncheckedIOException(failure);
+        }
+    }
+
+    /** How often each name was asked for, by all processes together. */
+    Map<String, Integer> fetches() {
+        Map<String, Integer> fetches = new HashMap<>();
+        fetched().forEach(name -> fetches.merge(name, 1, Integer::sum));
+        return fetches;
+    }
+
+    long counter(String name) {
+        return ledger().getOrDefault(name, 0L);
+    }
+
+    /** Everything handed out was taken back, once, and the client library is unloaded. */
+    void assertAtRest() {
+        Map<String, Long> counters = ledger();
+        Map<String, Long> expected = new TreeMap<>(counters);
+        expected.replaceAll((name, value) -> name.startsWith("live.") ? 0L : value);
+        expected.put("bad_frees", 0L);
+        expected.put("leaks", 0L);
+        expected.put("unloads", counters.get("loads"));
+        assertEquals(expected, counters, "the wallet's ledger");
+        assertEquals(true, counters.containsKey("live.wallets"), "the ledger counts live wallets");
+    }
+
+    private Map<String, Long> ledger() {
+        Map<String, Long> counters = new TreeMap<>();
+        for (String line : run(new byte[0], "ledger", "show").split("\n")) {
+            String[] words = line.split(" ");
+            counters.put(words[0], Long.valueOf(words[1]));
+        }
+        return counters;
+    }
+
+    private String run(byte[] input, String... arguments) {
+        List<String> command = new ArrayList<>(List.of(Build.command().toString()));
+        command.addAll(List.of(arguments));
+        ProcessBuilder builder = new ProcessBuilder(command).redirectErrorStream(true);
+        builder.environment().put("OVWALLET_SANDBOX_HOME", home.toString());
+        try {
+            Process process = builder.start();
+            try (var standardInput = process.getOutputStream()) {
+                standardInput.write(input);
+            }
+            String output =
+                    new String(process.getInputStream().readAllBytes(), StandardCharsets.UTF_8);
+            assertEquals(0, process.waitFor(), () -> "ovwallet " + command + ": " + output);
+            return output;
+        } catch (IOException failure) {
+            throw new UncheckedIOException(failure);
+        } catch (InterruptedException failure) {
+            throw new AssertionError(failure);
+        }
+    }
+}
