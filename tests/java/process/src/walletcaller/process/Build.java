@@ -11,7 +11,10 @@ final class Build {
     static final Path LIBRARY = property("library");
 
     /** The library that redirects two pathnames of the machine for one process. */
-    static final Path SHIM = property("shim");
+    static final Path REDIRECT = property("redirect");
+
+    /** The library that makes a process end slowly. */
+    static final Path LINGER = property("linger");
 
     /** The stand-in client library's installation base. */
     static final Path BASE = property("sandbox").resolve("base");

@@ -21,7 +21,7 @@ import java.util.stream.Collectors;
 import java.util.stream.Stream;
 
 /**
- * One JVM, started with {@code -Xcheck:jni} and the shim preloaded. What its program prints begins
+ * One JVM, started with {@code -Xcheck:jni} and its command link and package records redirected. What its program prints begins
  * with "= "; every other line of either stream, a warning of the JVM for instance, is noise.
  */
 class ChildJvm {

@@ -20,6 +20,7 @@ final class Scene implements AutoCloseable {
     private final Path privateDirectory;
     private final Wallet wallet;
     private final List<ConnectorJvm> running = new ArrayList<>();
+    private boolean endsSlowly;
 
     Scene(Path root) {
         try {
@@ -133,6 +134,14 @@ final class Scene implements AutoCloseable {
         return jvm;
     }
 
+    /**
+     * From now on processes take a while to end after their libraries' static destructors, and what
+     * has been freed holds other bytes than before.
+     */
+    void endSlowly() {
+        endsSlowly = true;
+    }
+
     /** Runs a program of its own to its end and gives what it printed. */
     List<String> run(int exitCode, List<String> options, String mainClass, String... arguments) {
         ChildJvm jvm = startProgram(options, mainClass, arguments);
@@ -161,11 +170,15 @@ final class Scene implements AutoCloseable {
 
     private Map<String, String> environment() {
         Map<String, String> environment = new HashMap<>();
-        environment.put("LD_PRELOAD", Build.SHIM.toString());
+        environment.put("LD_PRELOAD", Build.REDIRECT.toString());
         environment.put("SHIM_COMMAND", command().toString());
         environment.put("SHIM_RPM", packages().toString());
         environment.put("OVWALLET_SANDBOX_HOME", wallet.home().toString());
         environment.put("LC_ALL", "C.UTF-8");
+        if (endsSlowly) {
+            environment.put("LD_PRELOAD", Build.REDIRECT + ":" + Build.LINGER);
+            environment.put("MALLOC_PERTURB_", "165");
+        }
         return environment;
     }
 }
