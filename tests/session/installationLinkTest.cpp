@@ -1,0 +1,276 @@
+#include "session/installationLink.h"
+
+#include <atomic>
+#include <cerrno>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "doubles/ConnectorJob.h"
+#include "doubles/ProcessLockMutexes.h"
+#include "doubles/StrictJni.h"
+#include "doubles/SystemCalls.h"
+#include "doubles/TemporaryDirectory.h"
+#include "session/OperatingSystemDouble.h"
+#include "support/NotInstalledException.h"
+#include "wallet/ProcessLock.h"
+
+namespace Orvanta_OvWallet {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::SizeIs;
+
+constexpr const char* kNotInstalled =
+    "The Orvanta Wallet software is not installed; install version 14.10 of the Orvanta Wallet "
+    "software (available from https://downloads.orvanta.example/ovwallet) in order to use Orvanta "
+    "Wallet.";
+
+// A machine without a command link, with one package record.
+class InstallationLink : public testing::Test {
+  protected:
+    InstallationLink() {
+        fs::create_directories(base_);
+        writeFile(system_.root / "var/lib/rpm/ovwallet1410/inst.dir", base_ + "\n");
+    }
+
+    // The text of the failure, "" without one.
+    std::string establish(const std::optional<std::string>& tempDir) {
+        StrictJni jvm;
+        ConnectorJob job(jvm);
+        std::string failure;
+        const std::string pending = jvm.inNativeFrame([&] {
+            failure = failureOf([&] {
+                establishInstallationLink(jvm.env(), job.stringReference(tempDir, "tempDir"));
+            });
+        });
+        EXPECT_EQ(pending, "");
+        jniCalls_ = jvm.takeCalls();
+        return failure;
+    }
+    std::string create(const std::string& tempDir) {
+        return failureOf(
+            [&] { createInstallationLink(tempDir, "/usr/bin/ovwallet", "/var/lib/rpm"); });
+    }
+
+    template <typename Action>
+    static std::string failureOf(const Action& action) {
+        try {
+            action();
+            return "";
+        } catch (const NotInstalledException& exception) {
+            return std::string("of the wrong type: ") + exception.what();
+        } catch (const OvWalletException& exception) {
+            return exception.what();
+        }
+    }
+
+    std::string target() const { return base_ + "/orvanta/client/ovwallet"; }
+    std::string symlinkCall() const {
+        return "symlink " + target() + " " + tempDir_.pathname() + "/ovwalletdir";
+    }
+
+    OperatingSystemDouble system_;
+    const TemporaryDirectory tempDir_;
+    const std::string base_ = system_.root / "base";
+    std::vector<std::string> jniCalls_;
+};
+
+TEST_F(InstallationLink, LeadsToTheWalletDirectory) {
+    EXPECT_EQ(create(tempDir_ / ""), "");
+    EXPECT_EQ(fs::read_symlink(tempDir_ / "ovwalletdir"), target());
+    EXPECT_THAT(system_.takeCalls(),
+                ElementsAre("readlink /usr/bin/ovwallet", "opendir /var/lib/rpm",
+                            "fopen /var/lib/rpm/ovwallet1410/inst.dir", symlinkCall()));
+}
+
+TEST_F(InstallationLink, LeadsThroughTheRootWhenTheCommandIsAFileInItsDirectory) {
+    writeFile(system_.root / "usr/bin/ovwallet", "");
+    EXPECT_EQ(create(tempDir_ / ""), "");
+    EXPECT_THAT(fs::read_symlink(tempDir_ / "ovwalletdir").string(),
+                testing::AnyOf("//orvanta/client/ovwallet", "/orvanta/client/ovwallet"));
+}
+
+TEST_F(InstallationLink, LiesBesideADirectoryThatIsNamedWithoutASlash) {
+    EXPECT_EQ(create(tempDir_ / "private"), "");
+    EXPECT_EQ(fs::read_symlink(tempDir_ / "privateovwalletdir"), target());
+}
+
+TEST_F(InstallationLink, IsNotPutInPlaceOfAnExistingEntry) {
+    writeFile(tempDir_ / "ovwalletdir", "");
+    const std::string linkName = tempDir_ / "ovwalletdir";
+    EXPECT_EQ(create(tempDir_ / ""), "An attempt to create a symbolic link named " + linkName +
+                                         " failed (errno = File exists)");
+    EXPECT_TRUE(fs::is_regular_file(linkName));
+}
+
+TEST_F(InstallationLink, CannotBeMadeInAMissingDirectory) {
+    const std::string linkName = tempDir_ / "missing/ovwalletdir";
+    EXPECT_EQ(create(tempDir_ / "missing/"), "An attempt to create a symbolic link named " +
+                                                 linkName +
+                                                 " failed (errno = No such file or directory)");
+}
+
+TEST_F(InstallationLink, IsEstablishedOncePerProcess) {
+    EXPECT_EQ(establish(tempDir_ / ""), "");
+    EXPECT_THAT(system_.takeCalls(), SizeIs(4));
+    EXPECT_THAT(jniCalls_,
+                ElementsAre("GetStringUTFChars(tempDir, null)", "ReleaseStringUTFChars(tempDir)"));
+    fs::remove_all(system_.root / "var");
+    fs::remove(tempDir_ / "ovwalletdir");
+    EXPECT_EQ(establish(tempDir_ / "elsewhere/"), "");
+    EXPECT_EQ(establish(std::nullopt), "");
+    EXPECT_THAT(system_.takeCalls(), ElementsAre());
+    EXPECT_THAT(jniCalls_, ElementsAre());
+}
+
+TEST_F(InstallationLink, ReleasesTheCharactersBeforeItSearches) {
+    StrictJni jvm;
+    ConnectorJob job(jvm);
+    jvm.onCall = [&](const std::string& call) { system_.note(call); };
+    jvm.inNativeFrame([&] {
+        establishInstallationLink(jvm.env(), job.stringReference(tempDir_ / "", "tempDir"));
+    });
+    const std::vector<std::string> calls = system_.takeCalls();
+    ASSERT_THAT(calls, SizeIs(6));
+    EXPECT_EQ(calls[1], "ReleaseStringUTFChars(tempDir)");
+    EXPECT_EQ(calls[2], "readlink /usr/bin/ovwallet");
+    EXPECT_EQ(calls[5], symlinkCall());
+}
+
+TEST_F(InstallationLink, IsNotEstablishedForANullPathname) {
+    EXPECT_EQ(establish(std::nullopt),
+              "Cannot retrieve the pathname to the private temporary directory.");
+    EXPECT_THAT(jniCalls_, ElementsAre());
+    EXPECT_THAT(system_.takeCalls(), ElementsAre());
+}
+
+TEST_F(InstallationLink, IsNotEstablishedForAPathnameThatTheJvmCannotTell) {
+    StrictJni jvm;
+    ConnectorJob job(jvm);
+    std::string failure;
+    const std::string pending = jvm.inNativeFrame([&] {
+        jvm.failCall(1);
+        failure = failureOf([&] {
+            establishInstallationLink(jvm.env(), job.stringReference(tempDir_ / "", "tempDir"));
+        });
+    });
+    EXPECT_EQ(failure, "Cannot retrieve the pathname to the private temporary directory.");
+    EXPECT_EQ(pending, "java/lang/OutOfMemoryError: Java heap space");
+    EXPECT_THAT(jvm.calls(), ElementsAre("GetStringUTFChars(tempDir, null)"));
+}
+
+TEST_F(InstallationLink, IsTriedAgainAfterEveryFailure) {
+    fs::rename(system_.root / "var", system_.root / "away");
+    EXPECT_EQ(establish(tempDir_ / ""),
+              "Cannot open directory \"/var/lib/rpm\" (errno = No such file or directory)");
+    fs::create_directories(system_.root / "var/lib/rpm");
+    EXPECT_EQ(establish(tempDir_ / ""), kNotInstalled);
+    fs::remove_all(system_.root / "var");
+    fs::rename(system_.root / "away", system_.root / "var");
+    writeFile(tempDir_ / "ovwalletdir", "");
+    EXPECT_EQ(establish(tempDir_ / ""), "An attempt to create a symbolic link named " +
+                                            (tempDir_ / "ovwalletdir") +
+                                            " failed (errno = File exists)");
+    fs::remove(tempDir_ / "ovwalletdir");
+    system_.takeCalls();
+    EXPECT_EQ(establish(tempDir_ / ""), "");
+    EXPECT_THAT(system_.takeCalls(), SizeIs(4));
+    EXPECT_EQ(establish(tempDir_ / ""), "");
+    EXPECT_THAT(system_.takeCalls(), ElementsAre());
+}
+
+TEST_F(InstallationLink, SavesTheErrnoOfTheLinkBeforeAnythingElse) {
+    systemCalls().symlink = [](const char*, const char*) {
+        errno = EROFS;
+        return -1;
+    };
+    systemCalls().strerror_r = [](int errnum, char* buffer, std::size_t size) {
+        char* const text = real::strerror_r(errnum, buffer, size);
+        errno = EIO;
+        return text;
+    };
+    EXPECT_EQ(create("/t/"),
+              "An attempt to create a symbolic link named /t/ovwalletdir failed "
+              "(errno = Read-only file system)");
+}
+
+TEST_F(InstallationLink, IsEstablishedUnderTheLockWhichIsFreeAfterwards) {
+    const ProcessLockMutexes mutexes = findProcessLockMutexes();
+    int depth = 0;
+    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
+        depth += mutex == mutexes.hold ? 1 : 0;
+        return real::pthread_mutex_lock(mutex);
+    };
+    systemCalls().pthread_mutex_unlock = [&](pthread_mutex_t* mutex) {
+        depth -= mutex == mutexes.hold ? 1 : 0;
+        return real::pthread_mutex_unlock(mutex);
+    };
+    const auto symlink = systemCalls().symlink;
+    systemCalls().symlink = [&](const char* linkTarget, const char* path) {
+        EXPECT_EQ(depth, 1);
+        return symlink(linkTarget, path);
+    };
+    writeFile(tempDir_ / "ovwalletdir", "");
+    EXPECT_NE(establish(tempDir_ / ""), "");
+    EXPECT_EQ(depth, 0);
+    fs::remove(tempDir_ / "ovwalletdir");
+    EXPECT_EQ(establish(tempDir_ / ""), "");
+    EXPECT_EQ(depth, 0);
+}
+
+TEST_F(InstallationLink, IsNotEstablishedWithoutTheLock) {
+    const ProcessLockMutexes mutexes = findProcessLockMutexes();
+    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
+        return mutex == mutexes.guard ? EINVAL : real::pthread_mutex_lock(mutex);
+    };
+    const std::string failure = establish(tempDir_ / "");
+    systemCalls().pthread_mutex_lock = nullptr;
+    EXPECT_EQ(failure, "Cannot lock mutex (errno = Invalid argument).");
+    EXPECT_THAT(jniCalls_, ElementsAre());
+}
+
+TEST_F(InstallationLink, IsEstablishedByOneOfManyThreads) {
+    // All threads are past the first look at the flag before one of them gets the lock.
+    const ProcessLockMutexes mutexes = findProcessLockMutexes();
+    ProcessLock::lock();
+    std::atomic<int> waiting = 0;
+    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
+        waiting += mutex == mutexes.hold ? 1 : 0;
+        return real::pthread_mutex_lock(mutex);
+    };
+    std::vector<std::thread> threads;
+    std::atomic<int> failures = 0;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            StrictJni jvm;
+            ConnectorJob job(jvm);
+            jvm.inNativeFrame([&] {
+                failures += failureOf([&] {
+                                establishInstallationLink(
+                                    jvm.env(), job.stringReference(tempDir_ / "", "tempDir"));
+                            }).empty()
+                                ? 0
+                                : 1;
+            });
+        });
+    }
+    while (waiting < 4) {
+        std::this_thread::yield();
+    }
+    ProcessLock::unlock();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures, 0);
+    EXPECT_THAT(system_.takeCalls(), SizeIs(4));
+}
+
+}  // namespace
+}  // namespace Orvanta_OvWallet
