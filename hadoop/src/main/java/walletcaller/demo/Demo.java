@@ -9,9 +9,9 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
 import java.util.ArrayList;
+import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
-import java.util.TreeMap;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
 import org.apache.hadoop.conf.Configuration;
@@ -146,7 +146,7 @@ public final class Demo {
     }
 
     private static Map<String, String> credentials(Job job) {
-        Map<String, String> values = new TreeMap<>();
+        Map<String, String> values = new LinkedHashMap<>();
         values.put("input user name",
                 text(OrvantaPlugInConfiguration.getInputOrvantaUserName(job)));
         values.put("input password", text(OrvantaPlugInConfiguration.getInputOrvantaPassword(job)));
