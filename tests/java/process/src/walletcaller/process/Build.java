@@ -75,6 +75,7 @@ final class Build {
         if (home == null || home.isEmpty()) {
             home = System.getProperty("java.home");
         }
+        System.out.println("The processes under test run in the JDK of " + home);
         return existing(Path.of(home, "bin/java"));
     }
 

@@ -21,8 +21,8 @@ import java.util.stream.Collectors;
 import java.util.stream.Stream;
 
 /**
- * One JVM, started with {@code -Xcheck:jni} and its command link and package records redirected. What its program prints begins
- * with "= "; every other line of either stream, a warning of the JVM for instance, is noise.
+ * One JVM, started with {@code -Xcheck:jni}. What its program prints begins with "= "; every other
+ * line of either stream, a warning of the JVM for instance, is noise.
  */
 class ChildJvm {
     /** How long a child may be silent before it counts as hung; no test depends on the value. */
