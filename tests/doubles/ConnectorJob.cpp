@@ -1,5 +1,7 @@
 #include "doubles/ConnectorJob.h"
 
+#include "doubles/FailingHeap.h"
+
 extern "C" JNIEXPORT void JNICALL
 Java_com_orvanta_connector_common_ovwallet_WalletCaller_performSubstitutions(JNIEnv*, jclass,
                                                                              jobject, jstring);
@@ -101,9 +103,12 @@ jstring ConnectorJob::stringReference(const std::optional<std::string>& text,
 std::string ConnectorJob::call(JavaObject* jobContext,
                                const std::optional<std::string>& privateTempDir) {
     return jvm_->inNativeFrame([&] {
+        const jobject job = jvm_->reference(jobContext);
+        const jstring directory = stringReference(privateTempDir, "private temporary directory");
+        const FailingHeap heap(failingAllocation);
         Java_com_orvanta_connector_common_ovwallet_WalletCaller_performSubstitutions(
-            jvm_->env(), nullptr, jvm_->reference(jobContext),
-            stringReference(privateTempDir, "private temporary directory"));
+            jvm_->env(), nullptr, job, directory);
+        allocationFailed = heap.failed();
     });
 }
 

@@ -42,6 +42,11 @@ class ConnectorJob {
     // Whether "getConfiguration" returns null.
     bool hasConfiguration = true;
 
+    // The allocation of the native code that fails in each call, see FailingHeap, and whether there
+    // were as many in the last call. Java has memory enough.
+    std::uint64_t failingAllocation = 0;
+    bool allocationFailed = false;
+
     // Calls the exported function in a native frame of its own, with a null string for nothing, and
     // returns what StrictJni::inNativeFrame does.
     std::string performSubstitutions(const std::optional<std::string>& privateTempDir);

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 #include "doubles/PlacedHeap.h"
 
@@ -43,6 +44,12 @@ FailingHeap::FailingHeap(std::uint64_t failAt) {
 
 FailingHeap::~FailingHeap() {
     remaining = 0;
+}
+
+FailingHeap::Pause::Pause() : remaining_(std::exchange(remaining, 0)) {}
+
+FailingHeap::Pause::~Pause() {
+    remaining = remaining_;
 }
 
 bool FailingHeap::failed() const {

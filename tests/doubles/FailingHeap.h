@@ -14,6 +14,19 @@ class FailingHeap {
     // Whether an allocation was made to fail.
     bool failed() const;
 
+    // While it lives, allocations of this thread neither fail nor count: for doubles that stand for
+    // code with a heap of its own.
+    class Pause {
+      public:
+        Pause();
+        ~Pause();
+        Pause(const Pause&) = delete;
+        Pause& operator=(const Pause&) = delete;
+
+      private:
+        std::uint64_t remaining_;
+    };
+
     // Allocations of the process that were not freed yet.
     static std::int64_t liveAllocations();
 };

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "doubles/FailingHeap.h"
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/SystemCalls.h"
 #include "wallet/WalletFunctionPointers.h"
@@ -41,6 +42,7 @@ std::string percentEncoded(const std::string& text) {
 }
 
 ssize_t readSandboxLink(const char* pathname, char* buffer, std::size_t size) {
+    const FailingHeap::Pause pause;
     if (std::strcmp(pathname, "/usr/bin/ovwallet") != 0) {
         return real::readlink(pathname, buffer, size);
     }

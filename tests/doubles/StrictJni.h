@@ -108,8 +108,8 @@ class StrictJni {
     enum class Rule { needsNoException, alwaysAllowed };
 
     // StrictJniTable.cpp
+    class Entered;
     static const JNINativeInterface_& functionTable();
-    static StrictJni& of(JNIEnv* env) { return *static_cast<Environment*>(env)->jvm; }
 
     // StrictJniCalls.cpp
     jclass findClass(const char* name);

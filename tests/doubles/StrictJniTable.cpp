@@ -1,6 +1,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "doubles/FailingHeap.h"
 #include "doubles/StrictJni.h"
 
 namespace {
@@ -48,67 +49,81 @@ void fillWithUnused(JNINativeInterface_& table) {
 
 }  // namespace
 
+// One JNI call. The JVM's memory is not the library's.
+class StrictJni::Entered {
+  public:
+    explicit Entered(JNIEnv* env) : jvm_(static_cast<Environment*>(env)->jvm) {}
+    StrictJni* operator->() const { return jvm_; }
+
+  private:
+    FailingHeap::Pause pause_;
+    StrictJni* jvm_;
+};
+
 const JNINativeInterface_& StrictJni::functionTable() {
     static const JNINativeInterface_ table = [] {
         JNINativeInterface_ functions{};
         fillWithUnused(functions);
-        functions.FindClass = [](JNIEnv* env, const char* name) { return of(env).findClass(name); };
-        functions.ThrowNew = [](JNIEnv* env, jclass type, const char* message) {
-            return of(env).throwNew(type, message);
+        functions.FindClass = [](JNIEnv* env, const char* name) {
+            return Entered(env)->findClass(name);
         };
-        functions.ExceptionClear = [](JNIEnv* env) { of(env).exceptionClear(); };
-        functions.ExceptionCheck = [](JNIEnv* env) { return of(env).exceptionCheck(); };
+        functions.ThrowNew = [](JNIEnv* env, jclass type, const char* message) {
+            return Entered(env)->throwNew(type, message);
+        };
+        functions.ExceptionClear = [](JNIEnv* env) { Entered(env)->exceptionClear(); };
+        functions.ExceptionCheck = [](JNIEnv* env) { return Entered(env)->exceptionCheck(); };
         functions.DeleteLocalRef = [](JNIEnv* env, jobject reference) {
-            of(env).deleteLocalRef(reference);
+            Entered(env)->deleteLocalRef(reference);
         };
         functions.GetMethodID = [](JNIEnv* env, jclass owner, const char* name,
                                    const char* signature) {
-            return of(env).getMethodID(owner, name, signature, false);
+            return Entered(env)->getMethodID(owner, name, signature, false);
         };
         functions.GetStaticMethodID = [](JNIEnv* env, jclass owner, const char* name,
                                          const char* signature) {
-            return of(env).getMethodID(owner, name, signature, true);
+            return Entered(env)->getMethodID(owner, name, signature, true);
         };
         functions.GetStaticFieldID = [](JNIEnv* env, jclass owner, const char* name,
                                         const char* signature) {
-            return of(env).getStaticFieldID(owner, name, signature);
+            return Entered(env)->getStaticFieldID(owner, name, signature);
         };
         functions.GetStaticObjectField = [](JNIEnv* env, jclass owner, jfieldID field) {
-            return of(env).getStaticObjectField(owner, field);
+            return Entered(env)->getStaticObjectField(owner, field);
         };
         functions.CallObjectMethodV = [](JNIEnv* env, jobject receiver, jmethodID method,
                                          std::va_list arguments) {
-            return of(env).callObjectMethod(receiver, method, arguments);
+            return Entered(env)->callObjectMethod(receiver, method, arguments);
         };
         functions.CallStaticObjectMethodV = [](JNIEnv* env, jclass owner, jmethodID method,
                                                std::va_list arguments) {
-            return of(env).callStaticMethod("CallStaticObjectMethodV", 'L', owner, method,
-                                            arguments);
+            return Entered(env)->callStaticMethod("CallStaticObjectMethodV", 'L', owner, method,
+                                                  arguments);
         };
         functions.CallStaticVoidMethodV = [](JNIEnv* env, jclass owner, jmethodID method,
                                              std::va_list arguments) {
-            of(env).callStaticMethod("CallStaticVoidMethodV", 'V', owner, method, arguments);
+            Entered(env)->callStaticMethod("CallStaticVoidMethodV", 'V', owner, method, arguments);
         };
         functions.GetStringUTFChars = [](JNIEnv* env, jstring string, jboolean* isCopy) {
-            return of(env).getStringUTFChars(string, isCopy);
+            return Entered(env)->getStringUTFChars(string, isCopy);
         };
         functions.ReleaseStringUTFChars = [](JNIEnv* env, jstring string, const char* characters) {
-            of(env).releaseStringUTFChars(string, characters);
+            Entered(env)->releaseStringUTFChars(string, characters);
         };
         functions.GetArrayLength = [](JNIEnv* env, jarray array) {
-            return of(env).getArrayLength(array);
+            return Entered(env)->getArrayLength(array);
         };
         functions.NewByteArray = [](JNIEnv* env, jsize length) {
-            return of(env).newByteArrayCall(length);
+            return Entered(env)->newByteArrayCall(length);
         };
         functions.GetByteArrayRegion = [](JNIEnv* env, jbyteArray array, jsize start, jsize length,
                                           jbyte* destination) {
-            of(env).byteArrayRegion("GetByteArrayRegion", array, start, length, nullptr,
-                                    destination);
+            Entered(env)->byteArrayRegion("GetByteArrayRegion", array, start, length, nullptr,
+                                          destination);
         };
         functions.SetByteArrayRegion = [](JNIEnv* env, jbyteArray array, jsize start, jsize length,
                                           const jbyte* source) {
-            of(env).byteArrayRegion("SetByteArrayRegion", array, start, length, source, nullptr);
+            Entered(env)->byteArrayRegion("SetByteArrayRegion", array, start, length, source,
+                                          nullptr);
         };
         return functions;
     }();

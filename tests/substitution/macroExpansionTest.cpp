@@ -8,9 +8,8 @@
 
 #include "doubles/FailingHeap.h"
 #include "doubles/PrivateModuleDir.h"
-#include "doubles/ProcessLockMutexes.h"
+#include "doubles/ProcessLockWatch.h"
 #include "doubles/SandboxWallet.h"
-#include "doubles/SystemCalls.h"
 #include "substitution/ExactBytes.h"
 #include "support/OvWalletException.h"
 #include "wallet/ProcessLock.h"
@@ -327,25 +326,16 @@ TEST_F(MacroExpansion, WithoutMemoryItFailsAndHoldsNothing) {
 // ---- What is held while the wallet is asked.
 
 TEST_F(MacroExpansion, TheLockIsNotHeldWhileTheWalletIsAsked) {
-    const ProcessLockMutexes mutexes = findProcessLockMutexes();
-    int held = 0;
-    std::vector<int> heldAtFetch;
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        held += mutex == mutexes.hold ? 1 : 0;
-        return real::pthread_mutex_lock(mutex);
-    };
-    systemCalls().pthread_mutex_unlock = [&](pthread_mutex_t* mutex) {
-        held -= mutex == mutexes.hold ? 1 : 0;
-        return real::pthread_mutex_unlock(mutex);
-    };
+    const ProcessLockWatch lock;
+    std::vector<bool> heldAtFetch;
     fetch = [&](const std::string&, LockedUTF8Vector** value) -> WalletError* {
-        heldAtFetch.push_back(held);
+        heldAtFetch.push_back(lock.isHeld());
         *value = valueOf("v");
         return nullptr;
     };
     EXPECT_EQ(expanded("$ovwallet(a)$ovwallet(b)"), "vv");
-    EXPECT_EQ(heldAtFetch, (std::vector<int>{0, 0}));
-    EXPECT_EQ(held, 0);
+    EXPECT_EQ(heldAtFetch, (std::vector<bool>{false, false}));
+    EXPECT_FALSE(lock.isHeld());
 }
 
 TEST_F(MacroExpansion, OneValueIsFreedBeforeTheNextIsFetched) {

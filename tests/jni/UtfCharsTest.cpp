@@ -1,0 +1,49 @@
+#include "jni/UtfChars.h"
+
+#include <type_traits>
+
+#include <gtest/gtest.h>
+
+#include "doubles/ConnectorJob.h"
+#include "doubles/StrictJni.h"
+
+namespace {
+
+static_assert(!std::is_copy_constructible_v<UtfChars>);
+static_assert(!std::is_copy_assignable_v<UtfChars>);
+
+TEST(UtfChars, GivesTheCharactersBackWhenItGoes) {
+    StrictJni jvm;
+    jvm.inNativeFrame([&] {
+        const auto string = jvm.reference<jstring>(jvm.newString("a\xc3\xa4", "string"));
+        {
+            const UtfChars characters(jvm.env(), string);
+            EXPECT_STREQ(characters.get(), "a\xc3\xa4");
+            EXPECT_EQ(jvm.takeCalls(), CallRecord{"GetStringUTFChars(string, null)"});
+        }
+        EXPECT_EQ(jvm.takeCalls(), CallRecord{"ReleaseStringUTFChars(string)"});
+    });
+}
+
+TEST(UtfChars, ANullStringHasNoneAndTheJvmIsNotAsked) {
+    StrictJni jvm;
+    jvm.inNativeFrame([&] {
+        const UtfChars characters(jvm.env(), nullptr);
+        EXPECT_EQ(characters.get(), nullptr);
+    });
+    EXPECT_EQ(jvm.takeCalls(), CallRecord{});
+}
+
+TEST(UtfChars, WhatTheJvmCouldNotTellIsNotGivenBack) {
+    StrictJni jvm;
+    jvm.failCall(1);
+    EXPECT_EQ(jvm.inNativeFrame([&] {
+        const UtfChars characters(jvm.env(),
+                                  jvm.reference<jstring>(jvm.newString("text", "string")));
+        EXPECT_EQ(characters.get(), nullptr);
+    }),
+              "java/lang/OutOfMemoryError: Java heap space");
+    EXPECT_EQ(jvm.takeCalls(), CallRecord{"GetStringUTFChars(string, null)"});
+}
+
+}  // namespace
