@@ -42,6 +42,11 @@ public final class Databases implements AutoCloseable {
         addUser(sales, user, password, "GRANT SELECT ON ORDERS TO ");
     }
 
+    public void changePassword(String reader, String password) {
+        execute(sales, "ALTER USER \"" + reader.toUpperCase(Locale.ROOT) + "\" SET PASSWORD "
+                + quoted(password));
+    }
+
     /** Lets that user make tables and write to them. */
     public void addWriter(String user, String password) {
         addUser(mart, user, password, "GRANT ALTER ANY SCHEMA TO ");
@@ -97,10 +102,18 @@ public final class Databases implements AutoCloseable {
     }
 
     private static void addUser(Connection database, String user, String password, String grant) {
+        String name = "\"" + user.toUpperCase(Locale.ROOT) + "\"";
+        execute(database, "CREATE USER " + name + " PASSWORD " + quoted(password));
+        execute(database, grant + name);
+    }
+
+    private static String quoted(String text) {
+        return "'" + text.replace("'", "''") + "'";
+    }
+
+    private static void execute(Connection database, String text) {
         try (Statement statement = database.createStatement()) {
-            statement.execute("CREATE USER \"" + user.toUpperCase(Locale.ROOT) + "\" PASSWORD '"
-                    + password.replace("'", "''") + "'");
-            statement.execute(grant + "\"" + user.toUpperCase(Locale.ROOT) + "\"");
+            statement.execute(text);
         } catch (SQLException failure) {
             throw new AssertionError(failure);
         }

@@ -11,15 +11,12 @@ import java.util.Properties;
 import java.util.stream.Stream;
 
 /** A Java installation that jobs are run on. */
-record Jdk(Path home, int version) {
-    /** What Hadoop asks of this Java, as its users have to say it. */
-    List<String> options() {
-        List<String> options =
-                new ArrayList<>(List.of("--add-opens", "java.base/java.lang=ALL-UNNAMED"));
-        if (version >= 24) {
-            options.add("--enable-native-access=ALL-UNNAMED");
-        }
-        return options;
+record Jdk(Path home, int version, List<String> options) {
+    static final String ADD_OPENS = "--add-opens=java.base/java.lang=ALL-UNNAMED";
+    static final String NATIVE_ACCESS = "--enable-native-access=ALL-UNNAMED";
+
+    Jdk withOptions(List<String> other) {
+        return new Jdk(home, version, other);
     }
 
     String java() {
@@ -32,16 +29,12 @@ record Jdk(Path home, int version) {
     }
 
     /**
-     * The current one and those of the property walletcaller.jdks; without it, the newer ones that
-     * lie where Debian's and Temurin's packages put them.
+     * The current one, and if Hadoop is to run on newer ones, those that lie where Debian's and
+     * Temurin's packages put them.
      */
     static List<Jdk> all() {
         List<Jdk> all = new ArrayList<>(List.of(current()));
-        String named = System.getProperty("walletcaller.jdks", "");
-        for (String home : named.isEmpty() ? List.<String>of() : List.of(named.split(":"))) {
-            all.add(of(Path.of(home)));
-        }
-        if (named.isEmpty()) {
+        if (Boolean.getBoolean("walletcaller.newerJdks")) {
             all.addAll(newer());
         }
         System.out.println("Hadoop " + Build.HADOOP + " on JDK "
@@ -66,12 +59,17 @@ record Jdk(Path home, int version) {
         }
     }
 
+    private static Jdk of(Path home, int version) {
+        return new Jdk(home, version,
+                version < 24 ? List.of(ADD_OPENS) : List.of(ADD_OPENS, NATIVE_ACCESS));
+    }
+
     private static Jdk of(Path home) {
         try {
             Properties release = new Properties();
             release.load(new StringReader(Files.readString(home.resolve("release"))));
             String version = release.getProperty("JAVA_VERSION").replace("\"", "");
-            return new Jdk(home, Integer.parseInt(version.split("\\.")[0]));
+            return of(home, Integer.parseInt(version.split("\\.")[0]));
         } catch (IOException failure) {
             throw new UncheckedIOException(failure);
         }

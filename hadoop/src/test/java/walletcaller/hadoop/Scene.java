@@ -23,13 +23,14 @@ final class Scene implements AutoCloseable {
     private final Wallet wallet;
     private final Databases databases = new Databases();
     private final Properties job = new Properties();
+    private Path temporary;
     private int runs;
 
     Scene(Path root) {
         try {
             this.root = root.toRealPath();
             Files.createDirectory(path("rpm"));
-            Files.createDirectory(path("tmp"));
+            temporary = Files.createDirectory(path("tmp"));
             Files.createSymbolicLink(path("ovwallet"), Build.command());
         } catch (IOException failure) {
             throw new UncheckedIOException(failure);
@@ -89,6 +90,15 @@ final class Scene implements AutoCloseable {
 
     void output(String userName, String password) {
         side("output", "mart-db", bytes(userName), bytes(password));
+    }
+
+    /** Where the job's process unpacks the library. */
+    void renameTemporaryDirectory(String name) {
+        try {
+            temporary = Files.move(temporary, path(name));
+        } catch (IOException failure) {
+            throw new UncheckedIOException(failure);
+        }
     }
 
     void uninstallWallet() {
@@ -151,7 +161,7 @@ final class Scene implements AutoCloseable {
         try {
             Path directory = Files.createDirectory(path("work" + runs++));
             List<String> all = new ArrayList<>(options);
-            all.add("-Djava.io.tmpdir=" + path("tmp"));
+            all.add("-Djava.io.tmpdir=" + temporary);
             List<String> command = new ArrayList<>(List.of("walletcaller.child." + program));
             command.addAll(List.of(arguments));
             return new ChildJvm(directory, commandInFront, jdk, environment(), all,
