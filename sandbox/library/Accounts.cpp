@@ -29,7 +29,7 @@ constexpr std::uint64_t kHandleStep = 16;
 
 std::uint64_t firstHandle() {
     timespec now{};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    static_cast<void>(::clock_gettime(CLOCK_MONOTONIC, &now));
     const auto nanoseconds = static_cast<std::uint64_t>(now.tv_sec) * 1'000'000'000U +
                              static_cast<std::uint64_t>(now.tv_nsec);
     return nanoseconds * kHandleStep;

@@ -79,7 +79,7 @@ bool writeAll(int fileDescriptor, std::string_view text) {
 void replaceFile(const std::string& pathname, std::string_view text) {
     std::string temporary = pathname + ".XXXXXX";
     // mkostemp gives the file the mode 0600.
-    FileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
+    const FileDescriptor file(::mkostemp(temporary.data(), O_CLOEXEC));
     if (!file.isOpen()) {
         throwFileTrouble("write", pathname, errno);
     }

@@ -107,7 +107,7 @@ std::string shown(const std::string& directory) {
     if (canonical.errnum == 0) {
         return std::move(canonical.path);
     }
-    const std::string plain = withoutTrailingSlash(directory);
+    std::string plain = withoutTrailingSlash(directory);
     if (plain.front() == '/') {
         return plain;
     }

@@ -57,7 +57,7 @@ int visitModule(dl_phdr_info* module, std::size_t, void* name) {
 // The linker keeps the name for as long as the module is loaded, and so while this code runs.
 std::string pathnameFromLinker() {
     const char* name = nullptr;
-    if (::dl_iterate_phdr(visitModule, &name) == 0) {
+    if (::dl_iterate_phdr(visitModule, static_cast<void*>(&name)) == 0) {
         throw OvWalletException(kNotFound);
     }
     return name;

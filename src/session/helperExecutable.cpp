@@ -96,7 +96,7 @@ std::string checkHelperExecutable(const std::string& clientDir, const CanonicalP
         return "Cannot get file status for " + quoted(helper.path) +
                " (errno =" + errnoText(errnum) + ")";
     }
-    std::string message = checkStatus(helper.path, status);
+    const std::string message = checkStatus(helper.path, status);
     return message.empty() ? checkContainment(helper.path, clientDir) : message;
 }
 

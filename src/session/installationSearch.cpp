@@ -37,8 +37,8 @@ std::optional<std::string> commandFile(std::string pathname) {
 
 std::string baseOfCommand(const std::string& commandFilePathname) {
     const std::string candidate = directoryPart(commandFilePathname) + "../../../../..";
-    CanonicalPath canonical = canonicalPath(candidate);
-    return canonical.errnum == 0 ? std::move(canonical.path) : candidate;
+    const CanonicalPath canonical = canonicalPath(candidate);
+    return canonical.errnum == 0 ? canonical.path : candidate;
 }
 
 // Deliberate: "ovwallet" without any digit is a package record, too.

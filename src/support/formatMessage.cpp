@@ -87,7 +87,7 @@ std::ptrdiff_t conversionLength(CodePoints::const_iterator letter,
 
 }  // namespace
 
-std::string formatMessage(const char* messageTemplate, ...) {
+std::string formatMessage(const char* messageTemplate, ...) {  // NOLINT(cert-dcl50-cpp)
     std::va_list arguments;
     va_start(arguments, messageTemplate);
     try {
