@@ -81,8 +81,10 @@ public final class Databases implements AutoCloseable {
         }
     }
 
-    private static Connection open(String name) throws SQLException {
-        return DriverManager.getConnection("jdbc:h2:mem:" + name, ADMINISTRATOR, "unguessed");
+    private Connection open(String name) throws SQLException {
+        return DriverManager.getConnection(
+                "jdbc:h2:" + OrvantaDriver.inMemory(name, server.getPort()), ADMINISTRATOR,
+                "unguessed");
     }
 
     private void fill() throws SQLException {

@@ -33,8 +33,14 @@ public final class OrvantaDriver implements Driver {
         if (!parts.matches()) {
             return null;
         }
-        return new org.h2.Driver().connect(
-                "jdbc:h2:tcp://localhost:" + parts.group(2) + "/mem:" + parts.group(1), login);
+        int port = Integer.parseInt(parts.group(2));
+        return new org.h2.Driver().connect("jdbc:h2:tcp://localhost:" + port + "/"
+                + inMemory(parts.group(1), port), login);
+    }
+
+    /** H2's name for the database; servers in one process do not share them. */
+    static String inMemory(String name, int port) {
+        return "mem:" + name + "-" + port;
     }
 
     @Override

@@ -18,7 +18,7 @@ import org.apache.hadoop.mapreduce.Mapper;
  * Hadoop deletes at its end.
  */
 public class KeepingMapper extends Mapper<LongWritable, Text, LongWritable, Text> {
-    /** Where the copies go, in a directory for each task, with what the process was started with. */
+    /** Where the copies go, in a directory for each task, and with what the kernel says of the process. */
     public static final String DIRECTORY = "walletcaller.kept";
 
     @Override
@@ -31,8 +31,9 @@ public class KeepingMapper extends Mapper<LongWritable, Text, LongWritable, Text
         for (Path file : files(submitted)) {
             Files.copy(file, kept.resolve(file.getFileName()), StandardCopyOption.REPLACE_EXISTING);
         }
-        Files.writeString(kept.resolve("environment"), System.getenv().toString());
-        Files.copy(Path.of("/proc/self/cmdline"), kept.resolve("command"));
+        for (String file : List.of("cmdline", "status")) {
+            Files.copy(Path.of("/proc/self", file), kept.resolve(file));
+        }
     }
 
     private static List<Path> files(Path directory) throws IOException {

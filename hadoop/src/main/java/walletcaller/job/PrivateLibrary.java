@@ -7,11 +7,14 @@ import java.io.IOException;
 import java.io.InputStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.Paths;
 import org.apache.hadoop.mapreduce.JobContext;
 
 /**
- * The native library as a job carries it: a resource of its jar, unpacked into a private directory
+ * The native library as a job carries it: in the distributed cache, which puts it into a task's
+ * working directory, or else as a resource of the job's jar. It is copied into a private directory
  * that is made for this class loader in this process, and loaded from there before the first call.
+ * What the cache has cannot be loaded in place: the directory belongs to all that use the cache.
  *
  * <p>The directory is never one that another process or another attempt of a task has used: the
  * library makes a link in it and fails if there is one. It has to stay while the process makes
@@ -54,13 +57,19 @@ public final class PrivateLibrary {
     }
 
     private static void unpackTo(Path directory) throws IOException {
+        Path copy = directory.resolve(WalletCaller.LIBRARY_NAME);
+        Path cached = Paths.get(WalletCaller.LIBRARY_NAME);
+        if (Files.exists(cached)) {
+            Files.copy(cached, copy);
+            return;
+        }
         try (InputStream library =
                 PrivateLibrary.class.getResourceAsStream("/" + WalletCaller.LIBRARY_NAME)) {
             if (library == null) {
                 throw new FileNotFoundException(
                         "The job's jar does not hold " + WalletCaller.LIBRARY_NAME);
             }
-            Files.copy(library, directory.resolve(WalletCaller.LIBRARY_NAME));
+            Files.copy(library, copy);
         }
     }
 

@@ -3,10 +3,11 @@ package walletcaller.child;
 import java.io.IOException;
 import java.io.InputStream;
 import java.nio.file.Files;
-import java.nio.file.Path;
 import java.util.HexFormat;
+import java.util.Optional;
 import java.util.Properties;
 import org.apache.hadoop.conf.Configuration;
+import org.apache.hadoop.fs.Path;
 import org.apache.hadoop.mapreduce.Job;
 import org.apache.hadoop.mapreduce.Mapper;
 import walletcaller.job.CopyJob;
@@ -16,15 +17,18 @@ import walletcaller.job.Login;
  * One copy job, described in a file of properties:
  *
  * <pre>
- * hadoop.NAME = VALUE                      a property of Hadoop's
+ * configuration = FILE                     properties of Hadoop's, as XML
+ * hadoop.NAME = VALUE                      one more of them
  * SIDE.url, SIDE.user.name, SIDE.password  the last two in hexadecimal
  * mapper = CLASS                           one of this package in place of the job's own
+ * cached = FILE                            shipped in the distributed cache
+ * killed = FILE                            names a task attempt as soon as it is to be killed
  * </pre>
  */
 record JobDescription(Properties properties) {
     private static final String HADOOP = "hadoop.";
 
-    static JobDescription read(Path path) throws IOException {
+    static JobDescription read(java.nio.file.Path path) throws IOException {
         Properties properties = new Properties();
         try (InputStream file = Files.newInputStream(path)) {
             properties.load(file);
@@ -34,6 +38,9 @@ record JobDescription(Properties properties) {
 
     Job job() throws IOException, ClassNotFoundException {
         Configuration configuration = new Configuration();
+        if (properties.containsKey("configuration")) {
+            configuration.addResource(new Path(properties.getProperty("configuration")));
+        }
         for (String name : properties.stringPropertyNames()) {
             if (name.startsWith(HADOOP)) {
                 configuration.set(
@@ -44,7 +51,15 @@ record JobDescription(Properties properties) {
         if (properties.containsKey("mapper")) {
             job.setMapperClass(mapper(properties.getProperty("mapper")));
         }
+        if (properties.containsKey("cached")) {
+            job.addCacheFile(java.nio.file.Path.of(properties.getProperty("cached")).toUri());
+        }
         return job;
+    }
+
+    /** Where the name of the attempt will be found. */
+    Optional<java.nio.file.Path> killed() {
+        return Optional.ofNullable(properties.getProperty("killed")).map(java.nio.file.Path::of);
     }
 
     private Login login(String side) {

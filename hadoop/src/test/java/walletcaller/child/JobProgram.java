@@ -6,7 +6,10 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.HexFormat;
 import java.util.List;
+import java.util.Optional;
+import java.util.concurrent.TimeUnit;
 import org.apache.hadoop.mapreduce.Job;
+import org.apache.hadoop.mapreduce.TaskAttemptID;
 import org.apache.hadoop.mapreduce.TaskCounter;
 
 /** Submits one job and tells what becomes of it. */
@@ -14,18 +17,22 @@ public final class JobProgram {
     private JobProgram() {}
 
     public static void main(String[] arguments) throws Exception {
-        Job job = JobDescription.read(Path.of(arguments[0])).job();
-        run(job);
+        JobDescription description = JobDescription.read(Path.of(arguments[0]));
+        Job job = description.job();
+        run(job, description.killed());
         tellCredentials(job);
         tellMemory();
     }
 
-    private static void run(Job job) throws Exception {
+    private static void run(Job job, Optional<Path> killed) throws Exception {
         try {
             job.submit();
         } catch (IOException failure) {
             tell("refused", failure.toString());
             return;
+        }
+        if (killed.isPresent()) {
+            kill(job, killed.get());
         }
         tell("successful", job.waitForCompletion(false));
         tell("failure", job.getStatus().getFailureInfo());
@@ -34,6 +41,14 @@ public final class JobProgram {
             tell("written",
                     job.getCounters().findCounter(TaskCounter.MAP_OUTPUT_RECORDS).getValue());
         }
+    }
+
+    /** The task attempt that the file names; the file is there once the attempt runs. */
+    private static void kill(Job job, Path file) throws Exception {
+        while (!Files.exists(file) && !job.isComplete()) {
+            TimeUnit.MILLISECONDS.sleep(20);
+        }
+        job.killTask(TaskAttemptID.forName(Files.readString(file)));
     }
 
     /** As they stand in the submitter after the job. */

@@ -11,6 +11,7 @@ import java.util.HexFormat;
 import java.util.List;
 import java.util.Map;
 import java.util.Properties;
+import java.util.stream.Collectors;
 import walletcaller.database.Databases;
 import walletcaller.job.KeepingMapper;
 
@@ -78,6 +79,30 @@ final class Scene implements AutoCloseable {
     /** Has the tasks run a class of {@link walletcaller.child} instead of the job's own. */
     void useMapper(String name) {
         job.setProperty("mapper", name);
+    }
+
+    /** Has the job run on a cluster, whose containers see this scene's installation, too. */
+    void useCluster(Path configuration) {
+        job.setProperty("configuration", configuration.toString());
+        configure("mapreduce.framework.name", "yarn");
+        configure("mapreduce.map.env", variables(environment()));
+        configure("yarn.app.mapreduce.am.env", variables(environment()));
+    }
+
+    void ship(Path file) {
+        job.setProperty("cached", file.toString());
+    }
+
+    /** The job's {@link walletcaller.child.WaitingMapper} is killed once. */
+    void killOneAttempt() {
+        useMapper("WaitingMapper");
+        job.setProperty("killed", path("kept").resolve("attempt").toString());
+    }
+
+    static String variables(Map<String, String> environment) {
+        return environment.entrySet().stream()
+                .map(variable -> variable.getKey() + "=" + variable.getValue())
+                .collect(Collectors.joining(","));
     }
 
     void input(String userName, String password) {
