@@ -11,13 +11,19 @@ namespace {
 
 std::atomic<std::int64_t> live = 0;
 thread_local std::uint64_t remaining = 0;
+thread_local std::uint64_t pauses = 0;
 thread_local bool hasFailed = false;
+thread_local const std::function<void()>* onFailure = nullptr;
 
 bool failNow() {
-    if (remaining == 0 || --remaining != 0) {
+    if (remaining == 0 || pauses != 0 || --remaining != 0) {
         return false;
     }
     hasFailed = true;
+    if (onFailure != nullptr && *onFailure) {
+        const FailingHeap::Pause pause;
+        (*onFailure)();
+    }
     return true;
 }
 
@@ -37,19 +43,28 @@ void freeMemory(void* memory) noexcept {
 
 }  // namespace
 
-FailingHeap::FailingHeap(std::uint64_t failAt) {
+FailingHeap::FailingHeap(std::uint64_t failAt, std::function<void()> afterFailure)
+    : afterFailure_(std::move(afterFailure)) {
     hasFailed = false;
+    onFailure = &afterFailure_;
     remaining = failAt;
 }
 
 FailingHeap::~FailingHeap() {
     remaining = 0;
+    onFailure = nullptr;
 }
 
-FailingHeap::Pause::Pause() : remaining_(std::exchange(remaining, 0)) {}
+void FailingHeap::failNext(std::uint64_t k) {
+    remaining = k;
+}
+
+FailingHeap::Pause::Pause() {
+    ++pauses;
+}
 
 FailingHeap::Pause::~Pause() {
-    remaining = remaining_;
+    --pauses;
 }
 
 bool FailingHeap::failed() const {

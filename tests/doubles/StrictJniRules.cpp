@@ -36,6 +36,9 @@ bool StrictJni::failsNow(const std::string& exceptionClass, const std::string& m
     if (failure_ == Failure::withException) {
         throwJava(exceptionClass, message);
     }
+    if (onFailure) {
+        onFailure(failedCall_);
+    }
     return true;
 }
 
