@@ -49,22 +49,28 @@ target_compile_options(walletcaller_release_options INTERFACE
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}=walletcaller
     -ffile-prefix-map=${PROJECT_BINARY_DIR}=walletcaller/build)
 
+# walletcaller_load_on_older_glibc(TARGET): for a shared library.
+function(walletcaller_load_on_older_glibc target)
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/release/oldGlibc.c)
+    target_link_libraries(${target} PRIVATE
+        -Wl,--push-state,--no-as-needed stub_dl stub_pthread -Wl,--pop-state)
+    # Not -static-libgcc: with a second unwinder an exception that a client library throws ends the JVM.
+    target_link_options(${target} PRIVATE -static-libstdc++ -Wl,--gc-sections -Wl,-z,defs)
+    # The stubs lie in the build tree; no trace of it may stay in the file.
+    set_target_properties(${target} PROPERTIES SKIP_BUILD_RPATH ON)
+endfunction()
+
 # walletcaller_make_release_file(TARGET)
 function(walletcaller_make_release_file target)
+    walletcaller_load_on_older_glibc(${target})
     target_sources(${target} PRIVATE
-        ${PROJECT_SOURCE_DIR}/cmake/release/oldGlibc.c
         ${PROJECT_SOURCE_DIR}/cmake/release/terminate.cpp
         ${PROJECT_SOURCE_DIR}/cmake/release/versionNote.c)
     target_compile_definitions(${target} PRIVATE WALLETCALLER_VERSION="${PROJECT_VERSION}")
-    # Not -static-libgcc: with a second unwinder an exception that a client library throws ends the JVM.
+    target_link_libraries(${target} PRIVATE walletcaller_release_options)
     # Not -z nodlopen: the JVM loads the file by dlopen.
-    target_link_libraries(${target} PRIVATE walletcaller_release_options
-        -Wl,--push-state,--no-as-needed stub_dl stub_pthread -Wl,--pop-state)
     target_link_options(${target} PRIVATE
-        -static-libstdc++ -Wl,--gc-sections -Wl,-z,defs -Wl,-z,now -Wl,-z,relro -Wl,-z,noexecstack
-        -Wl,--build-id=sha1)
-    # The stubs lie in the build tree; no trace of it may stay in the file.
-    set_target_properties(${target} PROPERTIES SKIP_BUILD_RPATH ON)
+        -Wl,-z,now -Wl,-z,relro -Wl,-z,noexecstack -Wl,--build-id=sha1)
     add_custom_command(TARGET ${target} POST_BUILD
         COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> $<TARGET_FILE:${target}>.debug
         COMMAND ${CMAKE_OBJCOPY} --strip-unneeded --remove-section=.comment
