@@ -146,7 +146,9 @@ TEST_P(PoolTablesModel, HoldsWhatTheModelHoldsAfterEachStep) {
 INSTANTIATE_TEST_SUITE_P(Seeds, PoolTablesModel, ::testing::Range(1U, 9U));
 
 // Every release of a run, with a heap that gives nothing.
-TEST_F(PoolFixture, NoReleaseOfALongRunNeedsTheHeap) {
+using PoolTablesLongRun = PoolFixture;
+
+TEST_F(PoolTablesLongRun, NoReleaseNeedsTheHeap) {
     systemCalls() = {};
     std::mt19937 random(7);
     PoolTables tables;
