@@ -31,7 +31,7 @@ class LocalJobTest {
             assertEquals("etl_reader", job.text("input.user.name"));
             assertEquals("s3cret of S\u00e4les", job.text("input.password"));
             assertEquals("etl_writer", job.text("output.user.name"));
-            assertEquals("hidden W\u00e4lder", job.text("output.password"));
+            assertEquals("v3rborgen W\u00e4lder", job.text("output.password"));
         }
     }
 
@@ -76,7 +76,7 @@ class LocalJobTest {
     void aJobThatNamesNoWalletEntryNeedsTheSoftwareAllTheSame() {
         try (Scene scene = Scene.withReferences(directory)) {
             scene.input("etl_reader", "s3cret of S\u00e4les");
-            scene.output("etl_writer", "hidden W\u00e4lder");
+            scene.output("etl_writer", "v3rborgen W\u00e4lder");
             assertMoved(scene, scene.submit());
             assertEquals(List.of(), scene.wallet().fetched());
             assertEquals(8, scene.wallet().counter("loads"));

@@ -50,10 +50,10 @@ final class Scene implements AutoCloseable {
         scene.wallet.add("reader.name", "etl_reader");
         scene.wallet.add("pw_sales-db", "s3cret of S\u00e4les");
         scene.wallet.add("com.orvanta.OV2", "etl_writer");
-        scene.wallet.add("pw_mart-db", "hidden $ovwallet(forest)");
+        scene.wallet.add("pw_mart-db", "v3rborgen $ovwallet(forest)");
         scene.wallet.add("forest", "W\u00e4lder");
         scene.databases.addReader("etl_reader", "s3cret of S\u00e4les");
-        scene.databases.addWriter("etl_writer", "hidden W\u00e4lder");
+        scene.databases.addWriter("etl_writer", "v3rborgen W\u00e4lder");
         scene.input("$ovwallet(reader.name)", "$ovwallet(pw_$(ovpid))");
         scene.output("$ovwallet", "$ovwallet(pw_$(ovpid))");
         return scene;
@@ -89,6 +89,13 @@ final class Scene implements AutoCloseable {
         configure("yarn.app.mapreduce.am.env", variables(environment()));
     }
 
+    void uninstallWalletOnNodes() {
+        Map<String, String> environment = environment();
+        environment.put("SHIM_COMMAND", path("missing").toString());
+        configure("mapreduce.map.env", variables(environment));
+        configure("yarn.app.mapreduce.am.env", variables(environment));
+    }
+
     void ship(Path file) {
         job.setProperty("cached", file.toString());
     }
@@ -99,7 +106,7 @@ final class Scene implements AutoCloseable {
         job.setProperty("killed", path("kept").resolve("attempt").toString());
     }
 
-    static String variables(Map<String, String> environment) {
+    private static String variables(Map<String, String> environment) {
         return environment.entrySet().stream()
                 .map(variable -> variable.getKey() + "=" + variable.getValue())
                 .collect(Collectors.joining(","));

@@ -19,7 +19,7 @@ import org.junit.jupiter.api.io.TempDir;
 class SubmittedFilesTest {
     /** Values and references: neither belongs into a configuration. */
     private static final List<String> SECRETS = List.of("etl_reader", "s3cret", "etl_writer",
-            "hidden", "W\u00e4lder", "ovwallet(");
+            "v3rborgen", "W\u00e4lder", "ovwallet(");
 
     @TempDir Path directory;
 

@@ -30,6 +30,7 @@ final class Cluster implements AutoCloseable {
         wanted.setBoolean("yarn.nodemanager.vmem-check-enabled", false);
         wanted.setFloat("yarn.nodemanager.disk-health-checker"
                 + ".max-disk-utilization-per-disk-percentage", 99);
+        wanted.setInt("yarn.resourcemanager.nodemanagers.heartbeat-interval-ms", 100);
         // Containers leave their files, for the tests to look at.
         wanted.setLong("yarn.nodemanager.delete.debug-delay-sec", 3600);
         cluster = new MiniMRYarnCluster("wallet", NODES);

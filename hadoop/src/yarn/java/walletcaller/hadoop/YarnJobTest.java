@@ -1,10 +1,23 @@
 package walletcaller.hadoop;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
+import java.io.IOException;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
 import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
 import java.util.Map;
+import java.util.Set;
+import java.util.TreeSet;
+import java.util.concurrent.CompletableFuture;
+import java.util.stream.Stream;
 import org.junit.jupiter.api.AfterAll;
+import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.BeforeAll;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -12,6 +25,13 @@ import walletcaller.job.CopyJob;
 
 /** Whole jobs on a cluster of two nodes. */
 class YarnJobTest {
+    private static final List<String> VALUES =
+            List.of("etl_reader", "s3cret of S\u00e4les", "etl_writer", "v3rborgen", "W\u00e4lder");
+
+    private static final String OPTIONS =
+            "-Xcheck:jni -XX:+UseSerialGC -XX:TieredStopAtLevel=1 ";
+    private static final String AM_OPTIONS = "-Xmx256m " + OPTIONS;
+
     @TempDir static Path clusterDirectory;
 
     private static Cluster cluster;
@@ -28,26 +48,173 @@ class YarnJobTest {
         cluster.close();
     }
 
+    @AfterEach
+    void noJvmOfTheClusterWarnsOfWrongUseOfJni() throws IOException {
+        int outputs = 0;
+        for (Path file : cluster.files()) {
+            if (file.endsWith("stdout")) {
+                ++outputs;
+                assertEquals("", Files.readString(file), file::toString);
+            }
+            assertFalse(file.getFileName().toString().startsWith("hs_err"), file::toString);
+        }
+        assertTrue(outputs > 0, "containers have a standard output");
+    }
+
     @Test
-    void everyProcessOfAJobThatCarriesTheReferencesSetsItselfUp() {
-        try (Scene scene = onCluster(directory)) {
+    void everyProcessOfAJobThatCarriesTheReferencesSetsItselfUp() throws IOException {
+        try (Scene scene = onCluster("job")) {
             scene.configure(CopyJob.REFERENCES_TRAVEL, "true");
+            Set<Path> before = Set.copyOf(cluster.files());
             ChildJvm job = scene.submit();
-            System.out.println(job.lines());
             assertMoved(scene, job);
-            assertEquals(Map.of("reader.name", 8, "pw_sales-db", 8, "com.orvanta.OV2", 8,
-                    "pw_mart-db", 8, "forest", 8), scene.wallet().fetches());
+            // The submitter and the application master once, two tasks on each side.
+            assertEquals(Map.of("reader.name", 6, "pw_sales-db", 6, "com.orvanta.OV2", 6,
+                    "pw_mart-db", 6, "forest", 6), scene.wallet().fetches());
+            assertEquals(List.of(), filesWithValues(before));
+            assertEquals(Set.of("real user is effective user"), users(scene.path("kept")));
         }
     }
 
-    private static Scene onCluster(Path directory) {
-        Scene scene = Scene.withReferences(directory);
-        scene.useCluster(cluster.configuration());
-        scene.configure("yarn.app.mapreduce.am.resource.mb", "512");
-        scene.configure("yarn.app.mapreduce.am.command-opts", "-Xmx256m -Xcheck:jni " + Jdk.ADD_OPENS);
-        scene.configure("mapreduce.map.memory.mb", "384");
-        scene.configure("mapreduce.map.java.opts", "-Xmx128m -Xcheck:jni");
-        return scene;
+    @Test
+    void aJobThatCarriesTheValuesHasThemInItsTokensOnly() throws IOException {
+        try (Scene scene = onCluster("job")) {
+            Set<Path> before = Set.copyOf(cluster.files());
+            ChildJvm job = scene.submit();
+            assertMoved(scene, job);
+            assertEquals(List.of("reader.name", "pw_sales-db", "com.orvanta.OV2", "pw_mart-db",
+                    "forest"), scene.wallet().fetched());
+            Set<String> kinds = new TreeSet<>();
+            filesWithValues(before).forEach(file -> kinds.add(file.replaceAll(".*[/._]", "")));
+            assertEquals(Set.of("tokens"), kinds);
+        }
+    }
+
+    @Test
+    void twoJobsAtOnceDoNotDisturbEachOther() {
+        try (Scene one = onCluster("one"); Scene other = onCluster("other")) {
+            one.configure(CopyJob.REFERENCES_TRAVEL, "true");
+            other.configure(CopyJob.REFERENCES_TRAVEL, "true");
+            CompletableFuture<ChildJvm> first = CompletableFuture.supplyAsync(one::submit);
+            CompletableFuture<ChildJvm> second = CompletableFuture.supplyAsync(other::submit);
+            assertMoved(one, first.join());
+            assertMoved(other, second.join());
+            assertEquals(6, one.wallet().fetches().get("forest"));
+            assertEquals(6, other.wallet().fetches().get("forest"));
+        }
+    }
+
+    @Test
+    void anAttemptThatIsKilledAfterItsSetUpIsRetriedInADirectoryOfItsOwn() throws IOException {
+        try (Scene scene = onCluster("job")) {
+            scene.configure(CopyJob.REFERENCES_TRAVEL, "true");
+            scene.killOneAttempt();
+            ChildJvm job = scene.submit();
+            assertMoved(scene, job);
+            assertEquals(Set.of("m_000000_0", "m_000000_1", "m_000001_0"),
+                    attempts(scene.path("kept")));
+            assertEquals(8, scene.wallet().fetches().get("forest"));
+        }
+    }
+
+    @Test
+    void theLibraryCanComeFromTheDistributedCache() {
+        try (Scene scene = onCluster("job")) {
+            scene.configure(CopyJob.REFERENCES_TRAVEL, "true");
+            scene.ship(Build.LIBRARY);
+            assertMoved(scene, scene.submit());
+        }
+    }
+
+    /** So it is the one from the cache that is used, by the application master, too. */
+    @Test
+    void aBrokenLibraryInTheDistributedCacheFailsTheJob() throws IOException {
+        try (Scene scene = onCluster("job")) {
+            scene.ship(Files.writeString(
+                    scene.path("libWalletCaller-redhatlinux-x8664.so"), "not a library"));
+            ChildJvm job = scene.submit();
+            assertEquals("false", job.value("successful"), job::report);
+            assertTrue(job.value("failure").matches("Job setup failed : com.orvanta.connector"
+                    + ".common.exception.ConnectorException: .*: file too short\\\\n.*"),
+                    job::report);
+        }
+    }
+
+    @Test
+    void aWrongPasswordOfTheOutputSideIsToldToTheSubmitter() {
+        try (Scene scene = onCluster("job")) {
+            scene.wallet().add("pw_mart-db", "not the password");
+            ChildJvm job = scene.submit();
+            assertEquals("false", job.value("successful"), job::report);
+            assertTrue(job.value("failure").startsWith("Job setup failed : java.io.IOException: "
+                    + "Wrong user name or password [28000-224]\\n"), job::report);
+            assertFalse(scene.databases().copiesExist());
+        }
+    }
+
+    @Test
+    void walletSoftwareThatIsMissingOnTheNodesOnlyIsToldToTheSubmitter() {
+        try (Scene scene = onCluster("job")) {
+            scene.configure(CopyJob.REFERENCES_TRAVEL, "true");
+            scene.uninstallWalletOnNodes();
+            ChildJvm job = scene.submit();
+            assertEquals("false", job.value("successful"), job::report);
+            assertTrue(job.value("failure").startsWith("Job setup failed : com.orvanta.connector"
+                    + ".common.exception.ConnectorException: The Orvanta Wallet software is not"
+                    + " installed; install version 14.10 of the Orvanta Wallet software (available"
+                    + " from https://downloads.orvanta.example/ovwallet) in order to use Orvanta"
+                    + " Wallet.\\n"), job::report);
+        }
+    }
+
+    @Test
+    void theJobsOwnClassLoaderIsNoHindrance() {
+        try (Scene scene = onCluster("job")) {
+            scene.configure(CopyJob.REFERENCES_TRAVEL, "true");
+            scene.configure("mapreduce.job.classloader", "true");
+            assertMoved(scene, scene.submit());
+        }
+    }
+
+    @Test
+    void nodesGiveTasksTheOptionsThatHadoopNeedsOnNewerJavaVersions() throws IOException {
+        assumeTrue(!Build.HADOOP.startsWith("3.3."), "Hadoop 3.3 knows nothing of it");
+        try (Scene scene = onCluster("job")) {
+            assertMoved(scene, scene.submit());
+            for (String command : commands(scene.path("kept"))) {
+                assertTrue(command.contains(" --add-opens="), command);
+                assertFalse(command.contains("<ADD_OPENS>"), command);
+            }
+        }
+    }
+
+    @Test
+    void whereThatIsSwitchedOffOneOptionOfTheJobsOwnSuffices() throws IOException {
+        try (Scene scene = onCluster("job")) {
+            scene.configure("mapreduce.jvm.add-opens-as-default", "false");
+            scene.configure("yarn.app.mapreduce.am.command-opts", AM_OPTIONS + Jdk.ADD_OPENS);
+            assertMoved(scene, scene.submit());
+            for (String command : commands(scene.path("kept"))) {
+                assertFalse(command.contains("--add-opens"), command);
+            }
+        }
+    }
+
+    private Scene onCluster(String name) {
+        try {
+            Scene scene = Scene.withReferences(Files.createDirectory(directory.resolve(name)));
+            scene.useCluster(cluster.configuration());
+            scene.configure("yarn.app.mapreduce.am.resource.mb", "512");
+            scene.configure("yarn.app.mapreduce.am.command-opts", AM_OPTIONS
+                    + (Build.HADOOP.startsWith("3.3.") ? Jdk.ADD_OPENS : ""));
+            scene.configure("yarn.app.mapreduce.am.scheduler.heartbeat.interval-ms", "100");
+            scene.configure("mapreduce.map.memory.mb", "384");
+            scene.configure("mapreduce.map.java.opts", "-Xmx128m " + OPTIONS);
+            scene.configure(CopyJob.TASKS, "2");
+            return scene;
+        } catch (IOException failure) {
+            throw new AssertionError(failure);
+        }
     }
 
     private static void assertMoved(Scene scene, ChildJvm job) {
@@ -55,5 +222,56 @@ class YarnJobTest {
         assertEquals("5000", job.value("read"));
         assertEquals("5000", job.value("written"));
         assertEquals(scene.databases().orders(), scene.databases().copies());
+    }
+
+    /** Of what the cluster has written since. */
+    private static List<String> filesWithValues(Set<Path> before) throws IOException {
+        List<String> found = new ArrayList<>();
+        for (Path file : cluster.files()) {
+            if (before.contains(file) || file.toString().endsWith(".jar")) {
+                continue;
+            }
+            String text = Files.readString(file, StandardCharsets.ISO_8859_1);
+            for (String value : VALUES) {
+                if (text.contains(new String(value.getBytes(StandardCharsets.UTF_8),
+                        StandardCharsets.ISO_8859_1))) {
+                    found.add(file.toString());
+                    break;
+                }
+            }
+        }
+        return found;
+    }
+
+    private static Set<String> users(Path kept) throws IOException {
+        Set<String> users = new TreeSet<>();
+        for (Path file : files(kept, "status")) {
+            String line = Files.readAllLines(file).stream()
+                    .filter(words -> words.startsWith("Uid:")).findFirst().orElseThrow();
+            String[] ids = line.split("\\s+");
+            users.add(ids[1].equals(ids[2]) ? "real user is effective user" : line);
+        }
+        return users;
+    }
+
+    private static List<String> commands(Path kept) throws IOException {
+        List<String> commands = new ArrayList<>();
+        for (Path file : files(kept, "cmdline")) {
+            commands.add(Files.readString(file).replace('\0', ' '));
+        }
+        return commands;
+    }
+
+    private static Set<String> attempts(Path kept) throws IOException {
+        Set<String> attempts = new TreeSet<>();
+        files(kept, "status").forEach(file -> attempts.add(file.getParent().getFileName()
+                .toString().replaceAll(".*_(m_.*)", "$1")));
+        return attempts;
+    }
+
+    private static List<Path> files(Path directory, String name) throws IOException {
+        try (Stream<Path> files = Files.walk(directory)) {
+            return files.filter(file -> file.endsWith(name)).toList();
+        }
     }
 }
