@@ -85,7 +85,7 @@ Model runModel(const std::string& text, FuzzInput& input, Slots& arguments) {
                 }
                 model.message += number(next.c_str(), slot);
             }
-            i += next == "%ld" ? 2 : 1;
+            i += next == "%ld" ? 2U : 1U;
         }
     }
     return model;
