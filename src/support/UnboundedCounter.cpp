@@ -1,6 +1,7 @@
 #include "support/UnboundedCounter.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 namespace Orvanta_OvWallet {
@@ -10,7 +11,11 @@ void UnboundedCounter::increment() {
     auto digit = std::find_if(digits_.begin(), digits_.end(),
                               [](std::uint64_t value) { return value != kLargestDigit; });
     if (digit == digits_.end()) {
-        digit = digits_.insert(digits_.end(), 0);
+        if (spareDigits_.empty()) {
+            spareDigits_.push_back(0);
+        }
+        digit = spareDigits_.begin();
+        digits_.splice(digits_.end(), spareDigits_, digit);
     }
     ++*digit;
     std::fill(digits_.begin(), digit, 0);
@@ -25,7 +30,7 @@ void UnboundedCounter::decrement() noexcept {
         }
     }
     if (digits_.back() == 0) {
-        digits_.pop_back();
+        spareDigits_.splice(spareDigits_.end(), digits_, std::prev(digits_.end()));
     }
 }
 

@@ -2,7 +2,9 @@
 //
 // It counts the references to the wallet library and the nested holds of ProcessLock. It is kept as
 // digits of 64 bits, least significant first, the most significant one never zero; zero has no
-// digits. Not thread-safe: both counters are touched only under a mutex.
+// digits. Digits that were dropped are kept aside, so counting up to where it was before takes no
+// memory: whoever gives back what he holds is not stopped by a heap that has none left. Not
+// thread-safe: both counters are touched only under a mutex.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +14,7 @@ namespace Orvanta_OvWallet {
 
 class UnboundedCounter {
   public:
-    // May throw std::bad_alloc; the number is then unchanged.
+    // May throw std::bad_alloc when the number never had as many digits; it is then unchanged.
     void increment();
 
     // Precondition: the number is not zero.
@@ -25,6 +27,7 @@ class UnboundedCounter {
 
   private:
     std::list<std::uint64_t> digits_;
+    std::list<std::uint64_t> spareDigits_;
 };
 
 }  // namespace Orvanta_OvWallet

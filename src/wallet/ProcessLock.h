@@ -16,7 +16,8 @@
 //
 // Errors: when a mutex cannot be locked, OvWalletException "Cannot lock mutex (errno = TEXT).";
 // the count is unchanged and no mutex stays locked that was not locked before. Results of
-// unlocking a mutex are ignored. std::bad_alloc may leave lock() with the same guarantee.
+// unlocking a mutex are ignored. std::bad_alloc may leave lock() with the same guarantee, but only
+// before it has been taken for the first time.
 //
 // Any thread may call. There is no fairness beyond that of the hold mutex.
 #pragma once

@@ -118,6 +118,19 @@ TEST(UnboundedCounter, KeepsItsNumberWhenANewDigitCannotBeMade) {
     EXPECT_EQ(counter.digits(), (Digits{0, 0, 1}));
 }
 
+TEST(UnboundedCounter, CountsUpToWhereItWasWithoutMemory) {
+    UnboundedCounter counter;
+    setDigits(counter, {kLargestDigit});
+    counter.increment();
+    counter.decrement();
+    {
+        const FailingHeap heap(1);
+        counter.increment();
+        EXPECT_FALSE(heap.failed());
+    }
+    EXPECT_EQ(counter.digits(), (Digits{0, 1}));
+}
+
 TEST(UnboundedCounter, StaysZeroWhenTheFirstDigitCannotBeMade) {
     UnboundedCounter counter;
     {
