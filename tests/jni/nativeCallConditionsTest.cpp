@@ -7,7 +7,6 @@
 
 #include "doubles/ProcessLockWatch.h"
 #include "jni/NativeCall.h"
-#include "wallet/ProcessLock.h"
 
 namespace {
 
@@ -84,9 +83,7 @@ TEST_F(NativeCallConditions, ManyThreadsMayCallAtOnce) {
     EXPECT_EQ(sandbox_.counter("calls.OvWallet_freeV1"), kThreads * kCalls);
 }
 
-// The lock is held meanwhile: counting its holds takes memory only from zero to one.
 TEST_F(NativeCallConditions, WithoutMemoryACallFailsAndTheNextOneWorks) {
-    const Orvanta_OvWallet::ProcessLockGuard lock;
     do {
         resetJob();
         ++job_.failingAllocation;
