@@ -25,8 +25,8 @@ import walletcaller.job.Login;
 
 /**
  * Runs the copy job in Hadoop's local runner and shows what was submitted, what it counted and what
- * it moved. Then it runs a job that has to fail. Arguments: a directory for the job's files, and the
- * wallet's journal.
+ * it moved. Then it runs a job that has to fail. Arguments: a directory for the job's files, and
+ * the wallet's journal.
  */
 public final class Demo {
     private static final String URL = "^orvanta\\.";

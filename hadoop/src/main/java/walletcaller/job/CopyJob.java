@@ -8,8 +8,8 @@ import org.apache.hadoop.io.Text;
 import org.apache.hadoop.mapreduce.Job;
 
 /**
- * Copies the table ORDERS of the input side to the table COPIES of the output side. Its configuration
- * has to have {@link KeepingMapper#DIRECTORY}.
+ * Copies the table ORDERS of the input side to the table COPIES of the output side. Its
+ * configuration has to have {@link KeepingMapper#DIRECTORY}.
  */
 public final class CopyJob {
     /**

@@ -18,7 +18,7 @@ import org.apache.hadoop.mapreduce.Mapper;
  * Hadoop deletes at its end.
  */
 public class KeepingMapper extends Mapper<LongWritable, Text, LongWritable, Text> {
-    /** Where the copies go, in a directory for each task, and with what the kernel says of the process. */
+    /** Where the copies go, in a directory for each task, with what the kernel says of it. */
     public static final String DIRECTORY = "walletcaller.kept";
 
     @Override
@@ -31,7 +31,7 @@ public class KeepingMapper extends Mapper<LongWritable, Text, LongWritable, Text
         for (Path file : files(submitted)) {
             Files.copy(file, kept.resolve(file.getFileName()), StandardCopyOption.REPLACE_EXISTING);
         }
-        for (String file : List.of("cmdline", "status")) {
+        for (String file : List.of("cmdline", "maps", "status")) {
             Files.copy(Path.of("/proc/self", file), kept.resolve(file));
         }
     }

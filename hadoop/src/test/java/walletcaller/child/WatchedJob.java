@@ -10,8 +10,8 @@ import org.apache.hadoop.mapreduce.task.JobContextImpl;
 import org.apache.hadoop.security.Credentials;
 
 /**
- * A job that looks, whenever its credentials are reached for, whether the process has memory locked.
- * That is so in the middle of a call, too: while native code has a property's text.
+ * A job that looks, whenever its credentials are reached for, whether the process has memory
+ * locked. That is so in the middle of a call, too: while native code has a property's text.
  */
 final class WatchedJob extends JobContextImpl {
     private boolean sawLockedMemory;

@@ -27,7 +27,8 @@ final class Build {
     /** What is in the jar. */
     static final Path JOB_CLASSES = target("classes");
 
-    private static final String COMMAND = "orvanta/client/14.10/ovwallet/redhatlinux-x8664/ovwallet";
+    private static final String COMMAND =
+            "orvanta/client/14.10/ovwallet/redhatlinux-x8664/ovwallet";
 
     private Build() {}
 

@@ -79,8 +79,9 @@ class LoadingTest {
     @Test
     void aDirectoryThatHasALinkAlreadyIsRefusedAndTheLinkStays() {
         List<String> lines = run("directoryOfAnother");
-        assertEquals(List.of("call: " + OUR_EXCEPTION + "An attempt to create a symbolic link named "
-                        + unpacked() + "/ovwalletdir failed (errno = File exists)",
+        assertEquals(List.of("call: " + OUR_EXCEPTION
+                        + "An attempt to create a symbolic link named " + unpacked()
+                        + "/ovwalletdir failed (errno = File exists)",
                 "link: /nowhere", "call without the link: well"), lines);
     }
 

@@ -3,10 +3,15 @@ package walletcaller.hadoop;
 import java.io.IOException;
 import java.io.OutputStream;
 import java.io.UncheckedIOException;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.FileVisitResult;
 import java.nio.file.Files;
+import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
-import java.util.List;
-import java.util.stream.Stream;
+import java.nio.file.SimpleFileVisitor;
+import java.nio.file.attribute.BasicFileAttributes;
+import java.util.Map;
+import java.util.TreeMap;
 import org.apache.hadoop.conf.Configuration;
 import org.apache.hadoop.mapreduce.v2.MiniMRYarnCluster;
 
@@ -49,10 +54,39 @@ final class Cluster implements AutoCloseable {
         return configuration;
     }
 
-    /** All that nodes and containers have written. */
-    List<Path> files() {
-        try (Stream<Path> files = Files.walk(directory)) {
-            return files.filter(Files::isRegularFile).toList();
+    /** All that nodes and containers have written, without what is deleted meanwhile. */
+    Map<Path, String> files() {
+        Map<Path, String> files = new TreeMap<>();
+        try {
+            Files.walkFileTree(directory, new SimpleFileVisitor<>() {
+                @Override
+                public FileVisitResult visitFile(Path file, BasicFileAttributes attributes)
+                        throws IOException {
+                    if (attributes.isRegularFile()) {
+                        try {
+                            files.put(file, Files.readString(file, StandardCharsets.ISO_8859_1));
+                        } catch (NoSuchFileException deleted) {
+                            return FileVisitResult.CONTINUE;
+                        }
+                    }
+                    return FileVisitResult.CONTINUE;
+                }
+
+                @Override
+                public FileVisitResult visitFileFailed(Path file, IOException failure)
+                        throws IOException {
+                    if (failure instanceof NoSuchFileException) {
+                        return FileVisitResult.CONTINUE;
+                    }
+                    throw failure;
+                }
+
+                @Override
+                public FileVisitResult postVisitDirectory(Path visited, IOException failure) {
+                    return FileVisitResult.CONTINUE;
+                }
+            });
+            return files;
         } catch (IOException failure) {
             throw new UncheckedIOException(failure);
         }
