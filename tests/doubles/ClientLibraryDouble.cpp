@@ -10,6 +10,7 @@
 
 #include "doubles/SystemCalls.h"
 #include "session/ModuleLocator.h"
+#include "wallet/WalletFunctionPointers.h"
 
 using namespace Orvanta_OvWallet;
 
@@ -42,33 +43,31 @@ Result answer() {
     }
 }
 
-template <typename Result>
-struct EntryPoint {
-    const char* name;
+// One entry point per slot of the table, made from the slot's type alone: what the wrappers do with
+// their arguments is under test.
+template <auto Slot>
+const char* nameOf = nullptr;
 
-    template <typename... Arguments>
-    Result operator()(Arguments... arguments) const {
-        ClientLibraryDouble::current().called(name, {number(arguments)...});
-        return answer<Result>();
-    }
-};
+template <auto Slot, typename Result, typename... Arguments>
+Result entryPoint(Arguments... arguments) {
+    ClientLibraryDouble::current().called(nameOf<Slot>, {number(arguments)...});
+    return answer<Result>();
+}
 
-namespace entries {
-#define WALLET_ENTRY(ordinal, discipline, result, name, parameters, arguments) \
-    result name parameters {                                                   \
-        return EntryPoint<result>{#name} arguments;                            \
-    }
-#define WALLET_ENTRY_UNWRAPPED(ordinal, result, name, parameters) \
-    void name() {}
-#include "wallet/EntryPoints.def"
-}  // namespace entries
+using Table = PrivateStuff::WalletFunctionPointers_t;
+
+template <auto Slot, typename Result, typename... Arguments>
+void* addressOf(const char* name, Result (*Table::*)(Arguments...)) {
+    nameOf<Slot> = name;
+    return reinterpret_cast<void*>(&entryPoint<Slot, Result, Arguments...>);
+}
 
 const std::map<std::string, void*>& addresses() {
     static const std::map<std::string, void*> known{
 #define WALLET_ENTRY(ordinal, discipline, result, name, parameters, arguments) \
-    {#name, reinterpret_cast<void*>(&entries::name)},
+    {#name, addressOf<&Table::name>(#name, &Table::name)},
 #define WALLET_ENTRY_UNWRAPPED(ordinal, result, name, parameters) \
-    {#name, reinterpret_cast<void*>(&entries::name)},
+    {#name, addressOf<&Table::name>(#name, &Table::name)},
 #include "wallet/EntryPoints.def"
     };
     return known;
