@@ -164,6 +164,20 @@ TEST_F(InstallationLocatorTest, ChecksTheHelperWhenRealAndEffectiveUserDiffer) {
     }
 }
 
+TEST_F(InstallationLocatorTest, FollowsAnyNumberOfLinks) {
+    int links = 0;
+    systemCalls().readlink = [&](const char* path, char* buffer, std::size_t size) {
+        if (std::strcmp(path, "/cycle") != 0) {
+            return real::readlink(path, buffer, size);
+        }
+        const std::string next = ++links < 10'000 ? std::string("cycle") : module_;
+        return static_cast<ssize_t>(next.copy(buffer, size));
+    };
+    EXPECT_EQ(locate("/cycle"), "");
+    EXPECT_EQ(links, 10'000);
+    EXPECT_EQ(clientDir_, expectedClientDir());
+}
+
 TEST_F(InstallationLocatorTest, ReportsAMissingModule) {
     const std::string missing = directory_ / "module/missing.so";
     EXPECT_EQ(locate(missing), "\"" + missing + "\" does not name an existing file.");

@@ -272,5 +272,22 @@ TEST_F(InstallationLink, IsEstablishedByOneOfManyThreads) {
     EXPECT_THAT(system_.takeCalls(), SizeIs(4));
 }
 
+TEST_F(InstallationLink, IsKnownToAThreadThatNothingElseTellsOfIt) {
+    // Relaxed: the flag of the link itself is all that orders the two threads.
+    std::atomic<bool> established = false;
+    std::string failure = "not called";
+    std::thread other([&] {
+        while (!established.load(std::memory_order_relaxed)) {
+            std::this_thread::yield();
+        }
+        StrictJni jvm;
+        failure = failureOf([&] { establishInstallationLink(jvm.env(), nullptr); });
+    });
+    EXPECT_EQ(establish(tempDir_ / ""), "");
+    established.store(true, std::memory_order_relaxed);
+    other.join();
+    EXPECT_EQ(failure, "");
+}
+
 }  // namespace
 }  // namespace Orvanta_OvWallet

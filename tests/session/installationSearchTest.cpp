@@ -84,6 +84,20 @@ TEST_F(CommandLink, IsFollowedThroughAbsoluteAndRelativeLinks) {
                             directory_ / "etc/alternatives/../more/deeper/ovwallet", commandFile_));
 }
 
+TEST_F(CommandLink, IsFollowedThroughAnyNumberOfLinks) {
+    writeFile(commandFile_, "");
+    int links = 0;
+    systemCalls().readlink = [&](const char* path, char* buffer, std::size_t size) {
+        if (path != command_) {
+            return real::readlink(path, buffer, size);
+        }
+        const std::string next = ++links < 10'000 ? std::string("ovwallet") : commandFile_;
+        return static_cast<ssize_t>(next.copy(buffer, size));
+    };
+    EXPECT_EQ(find(), directory_ / "base");
+    EXPECT_EQ(links, 10'000);
+}
+
 TEST_F(CommandLink, MayBeTheCommandItself) {
     writeFile(directory_ / "1/2/3/4/5/ovwallet", "");
     EXPECT_EQ(findInstallation(directory_ / "1/2/3/4/5/ovwallet", packages_),
