@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "substitution/MacroName.h"
 #include "support/OvWalletException.h"
@@ -20,6 +21,7 @@ constexpr const char* kEndless =
 
 constexpr std::string_view kKeyword = "$ovwallet";
 constexpr int kMostNestedReplacements = 10'000;
+constexpr std::uint64_t kMostNestedWork = std::uint64_t{4} << 30;
 
 std::optional<std::size_t> findKeyword(const SecureByteVector& text, std::size_t start) {
     const std::uint8_t* const found =
@@ -52,6 +54,25 @@ LockedUTF8Vector* fetchValue(Wallet* wallet, const std::string& entryName) {
     return value;
 }
 
+[[noreturn]] void throwNoValue() {
+    throw OvWalletException(formatMessage(kCannotGetValue, "no value was returned"));
+}
+
+// Counts what later passes do, and ends a text that would not come to an end by itself.
+class NestedReplacements {
+  public:
+    void add(std::size_t textSize) {
+        work_ += textSize;
+        if (++count_ > kMostNestedReplacements || work_ > kMostNestedWork) {
+            throw OvWalletException(kEndless);
+        }
+    }
+
+  private:
+    int count_ = 0;
+    std::uint64_t work_ = 0;
+};
+
 // Returns the offset just behind the inserted value.
 std::size_t replaceMacro(SecureByteVector& text, std::size_t offset, Wallet* wallet,
                          const JdbcUrlParts& url) {
@@ -59,10 +80,13 @@ std::size_t replaceMacro(SecureByteVector& text, std::size_t offset, Wallet* wal
     const MacroName name = parseMacro(text, macro + kKeyword.size(), url);
     OwnedLockedUTF8Vector value(fetchValue(wallet, name.entryName));
     if (value.get() == nullptr) {
-        throw OvWalletException(formatMessage(kCannotGetValue, "no value was returned"));
+        throwNoValue();
     }
     const std::uint8_t* const bytes = OvWallet_getPtrLockedUTF8Vector(value.get());
     const std::uint32_t size = OvWallet_getSizeLockedUTF8Vector(value.get());
+    if (bytes == nullptr && size != 0) {
+        throwNoValue();
+    }
     text.erase(macro, macro + (name.end - macro));
     text.insert(text.begin() + offset, bytes, bytes + size);
     value.free();
@@ -74,7 +98,7 @@ std::size_t replaceMacro(SecureByteVector& text, std::size_t offset, Wallet* wal
 void expandMacros(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url) {
     std::size_t start = 0;
     bool firstPass = true;
-    int nestedReplacements = 0;
+    NestedReplacements nested;
     for (;;) {
         const std::optional<std::size_t> keyword = findKeyword(text, start);
         if (!keyword && start == 0) {
@@ -85,8 +109,8 @@ void expandMacros(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& ur
             firstPass = false;
             continue;
         }
-        if (!firstPass && ++nestedReplacements > kMostNestedReplacements) {
-            throw OvWalletException(kEndless);
+        if (!firstPass) {
+            nested.add(text.size());
         }
         start = replaceMacro(text, *keyword, wallet, url);
     }

@@ -9,7 +9,8 @@
 // surroundings.
 //
 // The first pass meets what the user wrote and expands all of it. What later passes meet came out
-// of fetched values; after 10,000 of those the references are taken to lead back to themselves.
+// of fetched values. After 10,000 replacements of that kind, or when the texts that they were made
+// in add up to more than 4 GiB, the references are taken to lead back to themselves.
 //
 // Secret bytes go from the wallet's locked vector straight into the locked text. The lock is not
 // held.

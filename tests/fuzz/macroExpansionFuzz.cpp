@@ -32,6 +32,7 @@ constexpr std::string_view kKeyword = "$ovwallet";
 constexpr const char* kDatabaseId = "db7";
 constexpr int kMostNested = 10'000;
 constexpr int kMostNestedOfShortRuns = 100;
+constexpr std::uint64_t kMostNestedWork = std::uint64_t{4} << 30;
 
 struct Outcome {
     std::string text;
@@ -115,14 +116,22 @@ std::string fetch(const std::string& name, Outcome& outcome) {
     throw ModelFailure{"Attempt to get value from Orvanta Wallet failed because: " + reason};
 }
 
+struct Nested {
+    int count = 0;
+    std::uint64_t work = 0;
+};
+
 // One pass from left to right; whether it replaced anything.
-bool expandOnce(std::string& text, bool first, int mostNested, int& nestedSoFar, Outcome& outcome) {
+bool expandOnce(std::string& text, bool first, int mostNested, Nested& nestedSoFar,
+                Outcome& outcome) {
     std::string done;
     std::string_view rest = text;
     bool replaced = false;
     for (std::size_t at = rest.find(kKeyword); at != std::string_view::npos;
          at = rest.find(kKeyword)) {
-        if (!first && ++nestedSoFar > mostNested) {
+        nestedSoFar.work += first ? 0 : done.size() + rest.size();
+        nestedSoFar.count += first ? 0 : 1;
+        if (nestedSoFar.count > mostNested || nestedSoFar.work > kMostNestedWork) {
             if (mostNested != kMostNested) {
                 throw TooLong{};
             }
@@ -152,7 +161,7 @@ bool expandOnce(std::string& text, bool first, int mostNested, int& nestedSoFar,
 
 Outcome runModel(std::string text, int mostNested) {
     Outcome outcome;
-    int nestedSoFar = 0;
+    Nested nestedSoFar;
     try {
         for (bool first = true; expandOnce(text, first, mostNested, nestedSoFar, outcome);
              first = false) {

@@ -16,6 +16,8 @@ import java.util.regex.Pattern;
  */
 final class MacroModel {
     static final int BOUND = 10_000;
+    /** How many bytes the texts may have, added up, in which later passes replace something. */
+    static final long WORK_BOUND = 4L << 30;
 
     static final String ENDLESS =
             "Orvanta Wallet references in credential information lead back to themselves.";
@@ -40,6 +42,7 @@ final class MacroModel {
     private int pass;
     private int firstReplacements;
     private int laterReplacements;
+    private long laterWork;
     /** Where values begin and end in the text of the present pass. */
     private BitSet seams = new BitSet();
     /** Where values of no bytes were inserted into the text of the present pass. */
@@ -91,6 +94,7 @@ final class MacroModel {
         while (kept <= text.length() && macro.find(kept)) {
             result.append(text, kept, macro.start());
             noteJoins(macro);
+            countReplacement(result.length() + text.length() - macro.start());
             boolean named = macro.group("end") != null;
             String name = macro.group("name") == null ? null : resolve(macro.group("name"), named);
             if (!named) {
@@ -109,7 +113,6 @@ final class MacroModel {
     }
 
     private String replacement(String name) {
-        countReplacement();
         if (name.isEmpty()) {
             seen.add(Branch.NAME_EMPTY);
         }
@@ -118,10 +121,13 @@ final class MacroModel {
         return value;
     }
 
-    private void countReplacement() {
+    private void countReplacement(int textLength) {
         if (pass == 1) {
             firstReplacements++;
-        } else if (laterReplacements == bound) {
+            return;
+        }
+        laterWork += textLength;
+        if (laterReplacements == bound || laterWork > WORK_BOUND) {
             seen.add(Branch.BOUND_EXCEEDED);
             throw new ModelFailure(ENDLESS);
         } else {
