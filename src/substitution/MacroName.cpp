@@ -16,44 +16,68 @@ bool isEscapable(std::uint8_t byte) {
     return byte == ')' || byte == '$' || byte == '\\';
 }
 
-void append(std::string& name, std::uint8_t byte) {
-    name.push_back(static_cast<char>(byte));
-}
+// Where the name's bytes go. The first walk over a name that may never be closed keeps none of
+// them: they may be part of a secret.
+class NameSink {
+  public:
+    explicit NameSink(std::string* name) : name_(name) {}
 
-void appendSubMacro(std::string& name, const std::string& subMacro, ByteRange databaseId) {
+    void append(const std::uint8_t* first, const std::uint8_t* last) const {
+        if (name_ != nullptr) {
+            name_->append(first, last);
+        }
+    }
+
+  private:
+    std::string* name_;
+};
+
+void checkSubMacro(const std::uint8_t* first, const std::uint8_t* last) {
+    const std::string subMacro(first, last);
     if (subMacro != kDatabaseIdMacro) {
         throw OvWalletException(formatMessage(kUnsupportedMacro, subMacro.c_str()));
     }
-    name.append(databaseId.begin, databaseId.end);
 }
 
-}  // namespace
-
-std::optional<MacroName> parseMacroName(ByteRange text, ByteRange databaseId) {
-    std::string name;
+// Returns where the name ends, just behind its ")", or null when it is never closed.
+const std::uint8_t* walkName(ByteRange text, ByteRange databaseId, NameSink name) {
     const std::uint8_t* position = text.begin;
     while (position != text.end) {
         const std::uint8_t* const current = position++;
         if (*current == ')') {
-            return MacroName{std::move(name), position};
+            return position;
         }
         if (position == text.end) {
             break;
         }
         if (*current == '\\' && isEscapable(*position)) {
-            append(name, *position++);
+            ++position;
+            name.append(position - 1, position);
         } else if (*current == '$' && *position == '(') {
             const std::uint8_t* const close = std::find(position, text.end, ')');
             if (close == text.end) {
                 break;
             }
             position = close + 1;
-            appendSubMacro(name, std::string(current, position), databaseId);
+            checkSubMacro(current, position);
+            name.append(databaseId.begin, databaseId.end);
         } else {
-            append(name, *current);
+            name.append(current, position);
         }
     }
-    return std::nullopt;
+    return nullptr;
+}
+
+}  // namespace
+
+std::optional<MacroName> parseMacroName(ByteRange text, ByteRange databaseId) {
+    const std::uint8_t* const end = walkName(text, databaseId, NameSink(nullptr));
+    if (end == nullptr) {
+        return std::nullopt;
+    }
+    MacroName name{{}, end};
+    walkName({text.begin, end}, databaseId, NameSink(&name.entryName));
+    return name;
 }
 
 }  // namespace Orvanta_OvWallet
