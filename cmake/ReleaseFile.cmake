@@ -52,6 +52,8 @@ target_compile_options(walletcaller_release_options INTERFACE
 # walletcaller_load_on_older_glibc(TARGET): for a shared library.
 function(walletcaller_load_on_older_glibc target)
     target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/release/oldGlibc.c)
+    set_source_files_properties(${PROJECT_SOURCE_DIR}/cmake/release/oldGlibc.c PROPERTIES
+        COMPILE_OPTIONS -mtls-dialect=gnu2)
     target_link_libraries(${target} PRIVATE
         -Wl,--push-state,--no-as-needed stub_dl stub_pthread -Wl,--pop-state)
     # Not -static-libgcc: with a second unwinder an exception that a client library throws ends the JVM.
