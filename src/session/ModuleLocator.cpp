@@ -13,6 +13,7 @@
 
 namespace Orvanta_OvWallet {
 
+// Deliberate: a switch that nothing switches; off, no module is looked for and no file is opened.
 bool moduleLocationEnabled = true;
 
 namespace {

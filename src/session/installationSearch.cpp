@@ -5,6 +5,8 @@
 #include <cerrno>
 #include <optional>
 #include <set>
+#include <string_view>
+#include <utility>
 
 #include "session/DirectoryScanner.h"
 #include "session/LineReader.h"

@@ -6,8 +6,9 @@
 // mechanism. The prefix is compared byte for byte. Without a "/" behind the prefix the database id
 // runs from the first blank to the last one (see parameterScan.h for what a blank is).
 //
-// Deliberate: a database id in brackets, "[" first and "]" right behind its end, is shifted one
-// byte to the right as a whole; it is not stripped of its brackets.
+// Deliberate: a database id with "[" first and "]" right behind its end is shifted one byte to the
+// right as a whole. No URL has one: behind the id stands a "/", or the id begins with a blank. An
+// id that is itself in brackets keeps them.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,7 @@
 // One credential property of one side: read from the job, expanded, written back.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "session/WalletSession.h"

@@ -1,7 +1,9 @@
 // An object that lives until the process ends, whatever else is torn down before.
 //
 // The JVM may end the process while a daemon thread is still inside the library, so process-wide
-// state must outlive every static destructor. The object is made in place, so nothing is leaked.
+// state must outlive every static destructor. The object is made in place.
+// What it holds is given back only when the process ends: a library that is unloaded before leaves
+// it behind.
 //
 //     static NeverDestroyed<Tables> tables;   // function-local: made once, by the first caller
 //     use(*tables);

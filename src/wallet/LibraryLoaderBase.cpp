@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "session/ModuleLocator.h"
 #include "support/NotInstalledException.h"
 #include "support/canonicalPath.h"
