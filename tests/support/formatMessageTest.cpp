@@ -116,6 +116,13 @@ TEST(FormatMessage, KeepsAPercentSignAtTheEnd) {
     EXPECT_EQ(format("%s%", "abc"), "abc%");
 }
 
+TEST(FormatMessage, KeepsAPercentSignAtTheEndOfATextOfAnyLength) {
+    for (std::size_t length = 0; length < 130; ++length) {
+        const std::string text = std::string(length, 'x') + "%";
+        ASSERT_EQ(format(text.c_str(), "argument"), text);
+    }
+}
+
 TEST(FormatMessage, KeepsALengthModifierAtTheEnd) {
     EXPECT_EQ(format("abc%l"), "abc%l");
 }
