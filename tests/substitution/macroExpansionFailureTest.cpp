@@ -1,0 +1,191 @@
+// Expansions that fail, what is held while the wallet is asked, and the limit on nested references.
+
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "doubles/FailingHeap.h"
+#include "doubles/ProcessLockWatch.h"
+#include "substitution/MacroExpansionFixture.h"
+
+namespace Orvanta_OvWallet {
+namespace {
+
+using PrivateStuff::walletFunctions;
+
+TEST_F(MacroExpansion, NoValueAtAllIsAFailure) {
+    fetch = [](const std::string&, LockedUTF8Vector** value) -> WalletError* {
+        *value = nullptr;
+        return nullptr;
+    };
+    EXPECT_EQ(expanded("$ovwallet(a)"),
+              "failed: Attempt to get value from Orvanta Wallet failed because: no value was "
+              "returned");
+}
+
+TEST_F(MacroExpansion, AMissingEntryIsReportedInTheWalletsWords) {
+    EXPECT_EQ(expanded("$ovwallet(none)"),
+              "failed: Attempt to get value from Orvanta Wallet failed because: There is no string "
+              "named \"none\" in the wallet.");
+    EXPECT_EQ(sandbox_.counter("calls.OvWallet_freeError"), 1);
+}
+
+TEST_F(MacroExpansion, TheWalletsWordsAreNotReadAsATemplate) {
+    sandbox_.failCall("OvWallet_getStringValue", 1, "100%s %d %");
+    EXPECT_EQ(expanded("$ovwallet(a)"),
+              "failed: Attempt to get value from Orvanta Wallet failed because: 100%s %d %");
+}
+
+TEST_F(MacroExpansion, AWalletWithoutWordsIsReportedToo) {
+    fetch = [](const std::string&, LockedUTF8Vector**) {
+        walletFunctions().OvWallet_getErrorDescription = [](WalletError*) -> const char* {
+            return nullptr;
+        };
+        // Any failing call gives an error object.
+        return walletFunctions().OvWallet_allocLockedUTF8Vector(nullptr, 1);
+    };
+    EXPECT_EQ(expanded("$ovwallet(a)"),
+              "failed: Attempt to get value from Orvanta Wallet failed because: unknown error");
+}
+
+TEST_F(MacroExpansion, TheFirstFailureEndsTheExpansion) {
+    sandbox_.add("a", "A");
+    EXPECT_EQ(expanded("$ovwallet(a)$ovwallet(none)$ovwallet(a)"),
+              "failed: Attempt to get value from Orvanta Wallet failed because: There is no string "
+              "named \"none\" in the wallet.");
+    EXPECT_EQ(sandbox_.takeAsked(), (Names{"a", "none"}));
+}
+
+TEST_F(MacroExpansion, AClientLibraryThatThrowsIsReportedInItsWords) {
+    sandbox_.throwFromCalls("OvWallet_getStringValue", 1);
+    EXPECT_EQ(expanded("$ovwallet(a)"),
+              "failed: Attempt to get value from Orvanta Wallet failed because: the client library "
+              "threw");
+}
+
+// What the client library did not free is its own, and so is the reference for it.
+TEST_F(MacroExpansion, AValueThatCannotBeFreedIsReported) {
+    sandbox_.add("a", "A");
+    sandbox_.throwFromCalls("OvWallet_freeLockedUTF8Vector", 1);
+    EXPECT_EQ(expanded("$ovwallet(a)$ovwallet(a)"), "failed: the client library threw");
+    EXPECT_EQ(sandbox_.takeAsked(), Names{"a"});
+    heldAtEnd_ = "live.locked_vectors 1\nreferences to the library\n";
+}
+
+TEST_F(MacroExpansion, WithoutMemoryItFailsAndHoldsNothing) {
+    // Long enough to outgrow the text; the memory of the first expansions is kept for later ones.
+    sandbox_.add("a", std::string(500, 'v'));
+    Wallet* made = nullptr;
+    ASSERT_EQ(OvWalletFactory_generateOvWalletV1(&made), nullptr);
+    const OwnedWallet wallet(made);
+    bool failed = true;
+    int failures = 0;
+    for (std::uint64_t k = 1; failed; ++k) {
+        auto bytes = std::make_unique<SecureByteVector>(0);
+        insert(*bytes, "<$ovwallet(a)>");
+        const std::int64_t live = FailingHeap::liveAllocations();
+        {
+            const FailingHeap heap(k);
+            try {
+                expandMacros(*bytes, wallet.get(), {});
+            } catch (const std::exception&) {
+                ++failures;
+            }
+            failed = heap.failed();
+        }
+        ASSERT_LT(k, 1000U);
+        EXPECT_EQ(sandbox_.counter("live.locked_vectors"), 0) << k;
+        EXPECT_EQ(sandbox_.counter("live.errors"), 0) << k;
+        EXPECT_LE(FailingHeap::liveAllocations() - live, failed ? 1 : 2) << k;
+        if (!failed) {
+            EXPECT_EQ(bytes->size(), 502U);
+        }
+    }
+    EXPECT_GT(failures, 2);
+}
+
+// ---- What is held while the wallet is asked.
+
+TEST_F(MacroExpansion, TheLockIsNotHeldWhileTheWalletIsAsked) {
+    const ProcessLockWatch lock;
+    std::vector<bool> heldAtFetch;
+    fetch = [&](const std::string&, LockedUTF8Vector** value) -> WalletError* {
+        heldAtFetch.push_back(lock.isHeld());
+        *value = valueOf("v");
+        return nullptr;
+    };
+    EXPECT_EQ(expanded("$ovwallet(a)$ovwallet(b)"), "vv");
+    EXPECT_EQ(heldAtFetch, (std::vector<bool>{false, false}));
+    EXPECT_FALSE(lock.isHeld());
+}
+
+TEST_F(MacroExpansion, OneValueIsFreedBeforeTheNextIsFetched) {
+    std::vector<std::int64_t> live;
+    fetch = [&](const std::string&, LockedUTF8Vector** value) -> WalletError* {
+        live.push_back(sandbox_.counter("live.locked_vectors"));
+        *value = valueOf("v");
+        return nullptr;
+    };
+    EXPECT_EQ(expanded("$ovwallet(a)$ovwallet(b)$ovwallet"), "vvv");
+    EXPECT_EQ(live, (std::vector<std::int64_t>{0, 0, 0}));
+}
+
+// ---- References that lead back to themselves.
+
+// A wallet whose strings lead to one more reference each, so many times; then to "end".
+int fetches = 0;
+void fetchChainOf(int references) {
+    fetches = 0;
+    fetch = [references](const std::string&, LockedUTF8Vector** value) -> WalletError* {
+        *value = valueOf(++fetches <= references ? "$ovwallet(next)" : "end");
+        return nullptr;
+    };
+}
+
+constexpr const char* kEndless =
+    "failed: Orvanta Wallet references in credential information lead back to themselves.";
+
+TEST_F(MacroExpansion, TenThousandNestedReplacementsAreMade) {
+    fetchChainOf(10'000);
+    EXPECT_EQ(expanded("$ovwallet(a)"), "end");
+    EXPECT_EQ(fetches, 10'001);
+}
+
+TEST_F(MacroExpansion, TheNextNestedReplacementIsRefusedBeforeItIsFetched) {
+    fetchChainOf(10'001);
+    EXPECT_EQ(expanded("$ovwallet(a)"), kEndless);
+    EXPECT_EQ(fetches, 10'001);
+}
+
+TEST_F(MacroExpansion, NestedReplacementsAreCountedOverAllReferencesTogether) {
+    sandbox_.add("self", "$ovwallet(self)");
+    EXPECT_EQ(expanded("$ovwallet(self)$ovwallet(self)$ovwallet(self)"), kEndless);
+    EXPECT_EQ(sandbox_.takeAsked().size(), 10'003U);
+}
+
+TEST_F(MacroExpansion, WhatTheUserWroteIsNotCounted) {
+    constexpr std::size_t kReferences = 10'500;
+    sandbox_.add("a", "v");
+    std::string text;
+    for (std::size_t i = 0; i < kReferences; ++i) {
+        text += "$ovwallet(a)";
+    }
+    EXPECT_EQ(expanded(text), std::string(kReferences, 'v'));
+    EXPECT_EQ(sandbox_.takeAsked().size(), kReferences);
+}
+
+TEST_F(MacroExpansion, EachTextIsCountedForItself) {
+    fetchChainOf(10'000);
+    EXPECT_EQ(expanded("$ovwallet(a)"), "end");
+    fetchChainOf(10'000);
+    EXPECT_EQ(expanded("$ovwallet(a)"), "end");
+}
+
+TEST_F(MacroExpansion, ATextThatDoublesWithEachPassIsRefused) {
+    sandbox_.add("double", "$ovwallet(double)$ovwallet(double)");
+    EXPECT_EQ(expanded("$ovwallet(double)"), kEndless);
+    EXPECT_EQ(sandbox_.takeAsked().size(), 10'001U);
+}
+
+}  // namespace
+}  // namespace Orvanta_OvWallet
