@@ -93,6 +93,7 @@ ProcessLockGuard::~ProcessLockGuard() noexcept(false) {
     try {
         ProcessLock::unlock();
     } catch (...) {
+        inSilence(ProcessLock::unlock);
         if (std::uncaught_exceptions() <= exceptionsAtConstruction_) {
             throw;
         }

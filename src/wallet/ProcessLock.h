@@ -22,6 +22,10 @@
 // Any thread may call. There is no fairness beyond that of the hold mutex.
 #pragma once
 
+#include <exception>
+
+#include "support/inSilence.h"
+
 namespace Orvanta_OvWallet {
 
 class ProcessLock {
@@ -38,8 +42,9 @@ class ProcessLockGuard {
   public:
     ProcessLockGuard();
 
-    // Throws what unlocking throws, except while another exception that was thrown inside the
-    // guarded scope is on its way: that one is the failure to report.
+    // When unlocking fails it is tried once more, for a lock that is not given up now is held for
+    // ever. Throws what the first attempt threw, except while another exception that was thrown
+    // inside the guarded scope is on its way: that one is the failure to report.
     ~ProcessLockGuard() noexcept(false);
 
     ProcessLockGuard(const ProcessLockGuard&) = delete;
@@ -48,5 +53,52 @@ class ProcessLockGuard {
   private:
     int exceptionsAtConstruction_;
 };
+
+// Runs call under the lock. For calls into code that may have a C++ runtime of its own, as the
+// client library may: std::uncaught_exceptions does not count the exceptions of another runtime, so
+// a ProcessLockGuard whose unlock fails could not tell that one is on its way. It is kept until the
+// lock is given up, and then thrown on.
+template <typename Call>
+void underLock(const Call& call) {
+    std::exception_ptr thrown;
+    try {
+        const ProcessLockGuard lock;
+        try {
+            call();
+        } catch (...) {
+            thrown = std::current_exception();
+            if (thrown == nullptr) {
+                throw;  // not of C++ at all
+            }
+        }
+    } catch (...) {
+        if (thrown == nullptr) {
+            throw;
+        }
+    }
+    if (thrown != nullptr) {
+        std::rethrow_exception(thrown);
+    }
+}
+
+// Runs under the lock what gives something back. When the lock cannot be taken it is tried once
+// more, for what is not given back now is kept for ever. Throws the first failure, also when the
+// second attempt succeeded.
+template <typename Call>
+void giveBackUnderLock(const Call& call) {
+    bool entered = false;
+    const auto attempt = [&] {
+        entered = true;
+        call();
+    };
+    try {
+        underLock(attempt);
+    } catch (...) {
+        if (!entered) {
+            inSilence([&] { underLock(attempt); });
+        }
+        throw;
+    }
+}
 
 }  // namespace Orvanta_OvWallet

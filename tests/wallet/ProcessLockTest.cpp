@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <functional>
 #include <memory>
+#include <new>
 #include <semaphore>
 #include <string>
 #include <thread>
@@ -217,6 +218,18 @@ TEST_F(ProcessLockTest, IgnoresWhatUnlockingAMutexReturns) {
     expectFree();
 }
 
+TEST(ProcessLock, ThatCannotBeTakenForTheFirstTimeForWantOfMemoryIsFree) {
+    {
+        const FailingHeap heap(1);
+        EXPECT_THROW(ProcessLock::lock(), std::bad_alloc);
+    }
+    const ProcessLockMutexes mutexes = findProcessLockMutexes();
+    for (pthread_mutex_t* const mutex : {mutexes.guard, mutexes.hold}) {
+        ASSERT_EQ(::pthread_mutex_trylock(mutex), 0);
+        ::pthread_mutex_unlock(mutex);
+    }
+}
+
 TEST(ProcessLock, IsTakenWithoutMemoryOnceItWasTaken) {
     ProcessLock::lock();
     ProcessLock::unlock();
@@ -247,12 +260,24 @@ TEST_F(ProcessLockTest, AGuardThatCannotLockUnlocksNothing) {
     expectFree();
 }
 
-TEST_F(ProcessLockTest, AGuardReportsThatItsUnlockFailed) {
+TEST_F(ProcessLockTest, AGuardReportsThatItsUnlockFailedAndUnlocksAtTheSecondAttempt) {
     EXPECT_EQ(failureOf([this] {
                   const ProcessLockGuard lock;
                   failCall("lock guard", 1, EINVAL);
               }),
               "Cannot lock mutex (errno = Invalid argument).");
+    expectFree();
+}
+
+TEST_F(ProcessLockTest, AGuardThatCannotUnlockTwiceKeepsTheLock) {
+    const auto watched = systemCalls().pthread_mutex_lock;
+    EXPECT_EQ(failureOf([] {
+                  const ProcessLockGuard lock;
+                  systemCalls().pthread_mutex_lock = [](pthread_mutex_t*) { return EINVAL; };
+              }),
+              "Cannot lock mutex (errno = Invalid argument).");
+    systemCalls().pthread_mutex_lock = watched;
+    EXPECT_FALSE(holdMutexIsFree());
     ProcessLock::unlock();
     expectFree();
 }
@@ -264,7 +289,6 @@ TEST_F(ProcessLockTest, AGuardWhoseUnlockFailsWhileUnwindingLeavesTheFirstFailur
                   throw OvWalletException("the first failure");
               }),
               "the first failure");
-    ProcessLock::unlock();
     expectFree();
 }
 
@@ -299,7 +323,6 @@ TEST_F(ProcessLockTest, AGuardMadeWhileUnwindingReportsItsOwnFailure) {
               }),
               "the first failure");
     EXPECT_EQ(ownFailure, "Cannot lock mutex (errno = Invalid argument).");
-    ProcessLock::unlock();
     expectFree();
 }
 
