@@ -3,6 +3,7 @@
 #include "securemem/PoolTables.h"
 #include "support/NeverDestroyed.h"
 #include "support/OvWalletException.h"
+#include "support/inSilence.h"
 #include "wallet/ProcessLock.h"
 
 namespace Orvanta_OvWallet {
@@ -25,18 +26,27 @@ void checkSize(std::uint64_t size) {
 }  // namespace
 
 std::uint8_t* LockedPagePool::lockedAllocate(std::uint64_t size) {
-    const ProcessLockGuard lock;
-    checkSize(size);
-    return reinterpret_cast<std::uint8_t*>(tables().allocate(size));
+    std::uint8_t* block = nullptr;
+    try {
+        const ProcessLockGuard lock;
+        checkSize(size);
+        block = reinterpret_cast<std::uint8_t*>(tables().allocate(size));
+    } catch (...) {
+        // There is a block only if giving the lock up is what failed; nobody else would release it.
+        inSilence([&] { lockedRelease(block, size); });
+        throw;
+    }
+    return block;
 }
 
 void LockedPagePool::lockedRelease(std::uint8_t* block, std::uint64_t size) {
     if (block == nullptr) {
         return;
     }
-    const ProcessLockGuard lock;
-    checkSize(size);
-    tables().release(reinterpret_cast<std::uint64_t>(block), size);
+    giveBackUnderLock([&] {
+        checkSize(size);
+        tables().release(reinterpret_cast<std::uint64_t>(block), size);
+    });
 }
 
 }  // namespace Orvanta_OvWallet
