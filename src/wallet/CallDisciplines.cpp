@@ -3,23 +3,21 @@
 namespace Orvanta_OvWallet::PrivateStuff {
 
 void addReference() {
-    const ProcessLockGuard lock;
-    walletFunctions().load();
+    CallReference reference;
+    {
+        const ProcessLockGuard lock;
+        reference.add();
+    }
+    reference.handOver();
 }
 
 void dropReference() {
-    const ProcessLockGuard lock;
-    walletFunctions().release();
+    giveBackUnderLock([] { walletFunctions().release(); });
 }
 
 CallReference::~CallReference() {
-    if (!held_) {
-        return;
-    }
-    try {
-        dropReference();
-    } catch (const std::exception&) {
-        return;
+    if (held_) {
+        inSilence(dropReference);
     }
 }
 

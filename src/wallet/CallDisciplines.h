@@ -17,19 +17,22 @@
 #include <cstdint>
 #include <exception>
 #include <optional>
+#include <utility>
 
 #include "support/NotInstalledException.h"
+#include "support/inSilence.h"
 #include "wallet/ErrorRegistry.h"
 #include "wallet/ProcessLock.h"
 #include "wallet/WalletFunctionPointers.h"
 
 namespace Orvanta_OvWallet::PrivateStuff {
 
-// Adds one reference to the library, loading it when it is the first.
+// Adds one reference to the library, loading it when it is the first. Adds none when it throws.
 void addReference();
 
 // Drops one reference, closing the library when it was the last. Throws OvWalletException
-// "Cannot unload the "PATH" library because: TEXT".
+// "Cannot unload the "PATH" library because: TEXT", and what ProcessLock throws; the reference is
+// dropped all the same unless the lock cannot be had at all.
 void dropReference();
 
 // A reference that belongs to the call until an object takes it over. Dropped otherwise, in
@@ -65,6 +68,54 @@ auto direct(Arguments... arguments) {
     return (walletFunctions().*Entry)(arguments...);
 }
 
+// Frees what the library put into the place, without dropping a reference: the object has none.
+template <auto Free, typename Object>
+void takeBackFrom(Object** place) {
+    if (place != nullptr && *place != nullptr) {
+        direct<Free>(std::exchange(*place, nullptr));
+    }
+}
+
+// What an argument of an entry point handed out; most hand out nothing.
+template <typename Argument>
+void takeBackObject(Argument) {}
+inline void takeBackObject(Wallet** wallet) {
+    takeBackFrom<&WalletFunctionPointers_t::OvWallet_freeV1>(wallet);
+}
+inline void takeBackObject(LockedUTF8Vector** vector) {
+    takeBackFrom<&WalletFunctionPointers_t::OvWallet_freeLockedUTF8Vector>(vector);
+}
+inline void takeBackObject(UTF8Vector** vector) {
+    takeBackFrom<&WalletFunctionPointers_t::OvWallet_freeUTF8Vector>(vector);
+}
+inline void takeBackObject(StringNames** names) {
+    takeBackFrom<&WalletFunctionPointers_t::OvWallet_freeStringNames>(names);
+}
+
+// For a call that succeeded in the library and failed with us afterwards: the caller gets our error
+// object instead, and would never free what the library gave him.
+template <typename... Arguments>
+void takeBack(WalletError* error, Arguments... arguments) noexcept {
+    inSilence([&] {
+        if (error != nullptr) {
+            direct<&WalletFunctionPointers_t::OvWallet_freeError>(error);
+        } else {
+            (takeBackObject(arguments), ...);
+        }
+    });
+}
+
+// Adds the reference of what the library handed out, which is freed when that fails.
+template <typename... Arguments>
+void addReferenceOrTakeBack(WalletError* error, Arguments... arguments) {
+    try {
+        addReference();
+    } catch (...) {
+        takeBack(error, arguments...);
+        throw;
+    }
+}
+
 // For calls that may come first in a process: loads the library, then calls it, all under the lock.
 // The reference belongs to the object that the call hands out, be it an error object. The
 // reference outlives the handlers: an exception of the library is code of the library.
@@ -72,9 +123,20 @@ template <auto Entry, typename... Arguments>
 WalletError* loadFirst(Arguments... arguments) {
     CallReference reference;
     return reportingErrors([&] {
-        const ProcessLockGuard lock;
-        reference.add();
-        WalletError* const error = direct<Entry>(arguments...);
+        WalletError* error = nullptr;
+        bool returned = false;
+        try {
+            underLock([&] {
+                reference.add();
+                error = direct<Entry>(arguments...);
+                returned = true;
+            });
+        } catch (...) {
+            if (returned) {
+                takeBack(error, arguments...);
+            }
+            throw;
+        }
         reference.handOver();
         return error;
     });
@@ -86,7 +148,7 @@ template <auto Entry, typename... Arguments>
 WalletError* referenceAlways(Arguments... arguments) {
     return reportingErrors([&] {
         WalletError* const error = direct<Entry>(arguments...);
-        addReference();
+        addReferenceOrTakeBack(error, arguments...);
         return error;
     });
 }
@@ -98,7 +160,7 @@ WalletError* referenceOnError(Arguments... arguments) {
     return reportingErrors([&] {
         WalletError* const error = direct<Entry>(arguments...);
         if (error != nullptr) {
-            addReference();
+            addReferenceOrTakeBack(error);
         }
         return error;
     });
@@ -114,28 +176,32 @@ void release(Object* object) {
 // Frees an error object, ours or the library's, under the lock throughout.
 template <auto Entry>
 void freeError(WalletError* error) {
-    const ProcessLockGuard lock;
-    if (!freeLocalError(error)) {
-        direct<Entry>(error);
-        dropReference();
-    }
+    giveBackUnderLock([&] {
+        if (!freeLocalError(error)) {
+            direct<Entry>(error);
+            dropReference();
+        }
+    });
 }
 
 // Reads an error object, ours or the library's, under the lock throughout.
 template <auto Entry>
 auto errorAccessor(WalletError* error) {
-    using Result = decltype(direct<Entry>(error));
-    const ProcessLockGuard lock;
-    const std::optional<LocalErrorContents> local = localErrorContents(error);
-    return local ? std::get<Result>(*local) : direct<Entry>(error);
+    decltype(direct<Entry>(error)) result{};
+    underLock([&] {
+        const std::optional<LocalErrorContents> local = localErrorContents(error);
+        result = local ? std::get<decltype(result)>(*local) : direct<Entry>(error);
+    });
+    return result;
 }
 
 // Deliberate: asks the library under the lock without looking whether the error object is one of
 // our own, which the library then is asked about too.
 template <auto Entry>
 auto plainUnderLock(WalletError* error) {
-    const ProcessLockGuard lock;
-    return direct<Entry>(error);
+    decltype(direct<Entry>(error)) result{};
+    underLock([&] { result = direct<Entry>(error); });
+    return result;
 }
 
 }  // namespace Orvanta_OvWallet::PrivateStuff

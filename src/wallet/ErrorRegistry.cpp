@@ -46,6 +46,20 @@ WalletError* asWalletError(LocalError* error) {
     return reinterpret_cast<WalletError*>(error);
 }
 
+// Nothing is registered when it throws, be it because the lock could not be given up.
+void registerError(std::unique_ptr<LocalError> error) {
+    std::optional<ErrorRegistry::iterator> registered;
+    try {
+        const ProcessLockGuard lock;
+        registered = registry().insert(std::move(error)).first;
+    } catch (...) {
+        if (registered) {
+            giveBackUnderLock([&] { registry().erase(*registered); });
+        }
+        throw;
+    }
+}
+
 }  // namespace
 
 WalletError* outOfMemoryError() {
@@ -56,8 +70,9 @@ WalletError* outOfMemoryError() {
 WalletError* errorFromException(const std::exception& exception, std::int32_t code) noexcept {
     try {
         auto error = std::make_unique<LocalError>(LocalError{code, exception.what()});
-        const ProcessLockGuard lock;
-        return asWalletError(registry().insert(std::move(error)).first->get());
+        LocalError* const made = error.get();
+        registerError(std::move(error));
+        return asWalletError(made);
     } catch (const std::exception&) {
         return outOfMemoryError();
     }

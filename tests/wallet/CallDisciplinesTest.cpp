@@ -215,6 +215,27 @@ TEST_F(LoadFirst, ReportsExhaustionWhenTheErrorCannotBeRegisteredEither) {
     EXPECT_EQ(references(), 0U);
 }
 
+TEST_F(LoadFirst, FreesTheWalletWhenTheLockCannotBeGivenUp) {
+    Wallet* wallet = nullptr;
+    library_.onCall = [&](const std::string& entry) {
+        if (entry == "OvWalletFactory_generateOvWalletV1") {
+            wallet = kWallet;
+        }
+    };
+    library_.failLocks({3});  // two attempts take the lock
+    EXPECT_EQ(taken(OvWalletFactory_generateOvWalletV1(&wallet)), std::string("11 ") + kCannotLock);
+    EXPECT_THAT(events(), testing::IsSupersetOf({"call OvWallet_freeV1", "dlclose"}));
+    EXPECT_EQ(wallet, nullptr);
+    EXPECT_EQ(references(), 0U);
+}
+
+TEST_F(LoadFirst, ReportsTheLibrarysExceptionWhenTheLockCannotBeGivenUpEither) {
+    throwFromCalls();
+    library_.failLocks({3});
+    EXPECT_EQ(taken(makeWallet()), "11 the client library threw");
+    EXPECT_EQ(references(), 0U);
+}
+
 using ReferenceAlways = CallDisciplines;
 
 TEST_F(ReferenceAlways, CallsWithoutTheLockAndAddsAReferenceUnderIt) {
@@ -253,6 +274,42 @@ TEST_F(ReferenceAlways, TurnsALockFailureAfterTheCallIntoAnError) {
     EXPECT_THAT(events(),
                 ElementsAre("call OvWallet_getStringValue", "lock fails", "lock", "unlock"));
     EXPECT_EQ(taken(error), std::string("11 ") + kCannotLock);
+    EXPECT_EQ(references(), 1U);
+}
+
+// The double hands nothing out itself.
+TEST_F(ReferenceAlways, FreesWhatTheLibraryHandedOutWhenTheLockFails) {
+    openWithReferences(1);
+    LockedUTF8Vector* value = nullptr;
+    library_.onCall = [&](const std::string& entry) {
+        if (entry == "OvWallet_getStringValue") {
+            value = kVector;
+        }
+    };
+    library_.failLocks({1});
+    WalletError* const error = OvWallet_getStringValue(kWallet, "name", &value);
+    EXPECT_THAT(events(), ElementsAre("call OvWallet_getStringValue", "lock fails",
+                                      "call OvWallet_freeLockedUTF8Vector", "lock", "unlock"));
+    EXPECT_EQ(value, nullptr);
+    EXPECT_EQ(taken(error), std::string("11 ") + kCannotLock);
+    EXPECT_EQ(references(), 1U);
+}
+
+TEST_F(ReferenceAlways, FreesTheErrorObjectOfTheLibraryWhenTheLockFails) {
+    openWithReferences(1);
+    library_.error = kLibraryError;
+    library_.failLocks({1});
+    WalletError* const error = getValue();
+    EXPECT_THAT(events(), ElementsAre("call OvWallet_getStringValue", "lock fails",
+                                      "call OvWallet_freeError", "lock", "unlock"));
+    EXPECT_EQ(taken(error), std::string("11 ") + kCannotLock);
+    EXPECT_EQ(references(), 1U);
+}
+
+TEST_F(ReferenceAlways, AddsNoReferenceWhenTheLockCannotBeGivenUp) {
+    openWithReferences(1);
+    library_.failLocks({3});  // two attempts take the lock
+    EXPECT_EQ(taken(getValue()), std::string("11 ") + kCannotLock);
     EXPECT_EQ(references(), 1U);
 }
 
@@ -325,12 +382,29 @@ TEST_F(Release, ThrowsWhenTheLibraryCannotBeClosedAndTheReferenceIsGone) {
     EXPECT_EQ(references(), 0U);
 }
 
-TEST_F(Release, ThrowsALockFailureAndKeepsTheReference) {
+TEST_F(Release, ThrowsALockFailureAndDropsTheReferenceAtTheSecondAttempt) {
     openWithReferences(1);
     library_.failLocks({1});
     EXPECT_EQ(thrownBy([] { OvWallet_freeV1(kWallet); }), kCannotLock);
-    EXPECT_THAT(events(), ElementsAre("call OvWallet_freeV1", "lock fails"));
+    EXPECT_THAT(events(),
+                ElementsAre("call OvWallet_freeV1", "lock fails", "lock", "dlclose", "unlock"));
+    EXPECT_EQ(references(), 0U);
+}
+
+TEST_F(Release, KeepsTheReferenceWhenTheLockCannotBeHad) {
+    openWithReferences(1);
+    library_.failLocks({1, 2});
+    EXPECT_EQ(thrownBy([] { OvWallet_freeV1(kWallet); }), kCannotLock);
+    EXPECT_THAT(events(), ElementsAre("call OvWallet_freeV1", "lock fails", "lock fails"));
     EXPECT_EQ(references(), 1U);
+}
+
+TEST_F(Release, ThrowsTheLockFailureWhenClosingFailsToo) {
+    openWithReferences(1);
+    library_.failLocks({1});
+    library_.closeFailures = 1;
+    EXPECT_EQ(thrownBy([] { OvWallet_freeV1(kWallet); }), kCannotLock);
+    EXPECT_EQ(references(), 0U);
 }
 
 TEST_F(Release, LetsAnExceptionOfTheLibraryPass) {
@@ -401,11 +475,20 @@ TEST_F(FreeError, ThrowsWhenTheLibraryCannotBeClosed) {
     EXPECT_EQ(references(), 0U);
 }
 
-TEST_F(FreeError, ThrowsALockFailureWithoutACall) {
+TEST_F(FreeError, ThrowsALockFailureAndFreesAtTheSecondAttempt) {
     openWithReferences(1);
     library_.failLocks({1});
     EXPECT_EQ(thrownBy([] { OvWallet_freeError(kLibraryError); }), kCannotLock);
-    EXPECT_THAT(events(), ElementsAre("lock fails"));
+    EXPECT_THAT(events(),
+                ElementsAre("lock fails", "lock", "call OvWallet_freeError", "dlclose", "unlock"));
+    EXPECT_EQ(references(), 0U);
+}
+
+TEST_F(FreeError, FreesNothingWhenTheLockCannotBeHad) {
+    openWithReferences(1);
+    library_.failLocks({1, 2});
+    EXPECT_EQ(thrownBy([] { OvWallet_freeError(kLibraryError); }), kCannotLock);
+    EXPECT_THAT(events(), ElementsAre("lock fails", "lock fails"));
     EXPECT_EQ(references(), 1U);
 }
 
