@@ -3,7 +3,6 @@ package walletcaller.hadoop;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
-import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
 import java.io.IOException;
 import java.nio.file.Files;
@@ -185,11 +184,12 @@ class YarnJobTest {
 
     @Test
     void nodesGiveTasksTheOptionsThatHadoopNeedsOnNewerJavaVersions() throws IOException {
-        assumeTrue(!Build.HADOOP.startsWith("3.3."), "Hadoop 3.3 knows nothing of it");
         try (Scene scene = onCluster("job")) {
             assertMoved(scene, scene.submit());
             for (String command : commands(scene.path("kept"))) {
-                assertTrue(command.contains(" --add-opens="), command);
+                // Hadoop 3.3 knows nothing of it.
+                assertEquals(!Build.HADOOP.startsWith("3.3."), command.contains(" --add-opens="),
+                        command);
                 assertFalse(command.contains("<ADD_OPENS>"), command);
             }
         }
