@@ -1,0 +1,148 @@
+#include "secrets/InterposedCalls.h"
+
+#include <dirent.h>
+#include <dlfcn.h>
+#include <errno.h>
+#include <sys/mman.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "secrets/HeapRecorder.h"
+
+namespace {
+
+constexpr const char* kCommand = "/usr/bin/ovwallet";
+constexpr const char* kPackages = "/var/lib/rpm";
+constexpr const char* kOpenWallet = "OvWalletFactory_generateOvWalletV1";
+
+std::string& command() {
+    static std::string target;
+    return target;
+}
+std::string& packages() {
+    static std::string directory;
+    return directory;
+}
+std::string& logged() {
+    static std::string text;
+    return text;
+}
+
+const DIR* packageStream = nullptr;
+bool closingFails = false;
+
+using OpenWallet = void*(void**);
+OpenWallet* realOpenWallet = nullptr;
+
+void* openWallet(void** wallet) {
+    void* const error = realOpenWallet(wallet);
+    InterposedCalls::overwriteUnusedStack();
+    return error;
+}
+
+// The C library's own function of that name.
+template <typename Function>
+Function* next(const char* name) {
+    void* const function = ::dlsym(RTLD_NEXT, name);
+    if (function == nullptr) {
+        std::abort();
+    }
+    return reinterpret_cast<Function*>(function);
+}
+
+}  // namespace
+
+void InterposedCalls::setCommand(const std::string& target) {
+    command() = target;
+}
+
+void InterposedCalls::setPackages(const std::string& directory) {
+    packages() = directory;
+}
+
+void InterposedCalls::failClosing() {
+    closingFails = true;
+}
+
+__attribute__((noinline)) void InterposedCalls::overwriteUnusedStack() {
+    volatile unsigned char stack[std::size_t{256} << 10];
+    for (volatile unsigned char& byte : stack) {
+        byte = 0xDD;
+    }
+}
+
+std::string InterposedCalls::systemLog() {
+    return logged();
+}
+
+#define EXPORTED extern "C" __attribute__((visibility("default")))
+
+EXPORTED ssize_t readlink(const char* path, char* buffer, std::size_t size) noexcept {
+    if (std::strcmp(path, kCommand) != 0) {
+        return ::syscall(SYS_readlink, path, buffer, size);
+    }
+    if (command().empty()) {
+        errno = ENOENT;
+        return -1;
+    }
+    return static_cast<ssize_t>(command().copy(buffer, size));
+}
+
+EXPORTED DIR* opendir(const char* path) {
+    static const auto real = next<DIR*(const char*)>("opendir");
+    if (std::strcmp(path, kPackages) != 0) {
+        return real(path);
+    }
+    DIR* const stream = real(packages().c_str());
+    packageStream = stream;
+    return stream;
+}
+
+EXPORTED std::FILE* fopen(const char* path, const char* mode) {
+    static const auto real = next<std::FILE*(const char*, const char*)>("fopen");
+    const std::size_t length = std::strlen(kPackages);
+    const bool isBelow = std::strncmp(path, kPackages, length) == 0 && path[length] == '/';
+    return real(isBelow ? (packages() + (path + length)).c_str() : path, mode);
+}
+
+EXPORTED int closedir(DIR* stream) {
+    static const auto real = next<int(DIR*)>("closedir");
+    const int result = real(stream);
+    if (stream != packageStream || !closingFails) {
+        return result;
+    }
+    errno = EIO;
+    return -1;
+}
+
+EXPORTED void syslog(int, const char* format, ...) {
+    char text[4096];
+    std::va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof text, format, arguments);
+    va_end(arguments);
+    logged() += text + std::string("\n");
+}
+
+EXPORTED void* dlsym(void* handle, const char* name) noexcept {
+    static const auto real = reinterpret_cast<void* (*)(void*, const char*)>(
+        ::dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.2.5"));
+    void* const address = real(handle, name);
+    if (address == nullptr || std::strcmp(name, kOpenWallet) != 0) {
+        return address;
+    }
+    realOpenWallet = reinterpret_cast<OpenWallet*>(address);
+    return reinterpret_cast<void*>(&openWallet);
+}
+
+EXPORTED int mlock(const void* begin, std::size_t size) noexcept {
+    const auto address = reinterpret_cast<std::uint64_t>(begin);
+    HeapRecorder::notePool({address, address + size});
+    return static_cast<int>(::syscall(SYS_mlock, begin, size));
+}

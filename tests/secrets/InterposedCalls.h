@@ -1,0 +1,23 @@
+// Calls of the C library that this program answers itself, for every module of the process.
+#pragma once
+
+#include <string>
+
+namespace InterposedCalls {
+
+// What the machine's command link and its directory of package records are. Without a command
+// there is no link. Nothing else is redirected.
+void setCommand(const std::string& target);
+void setPackages(const std::string& directory);
+
+// From now on closing the directory of package records fails.
+void failClosing();
+
+// Overwrites the stack below the caller. The same happens when the client library has opened a
+// wallet: it reads its file into a buffer there, and what it leaves is its own.
+void overwriteUnusedStack();
+
+// Everything that was written to the system log, a line each. None of it reaches the log.
+std::string systemLog();
+
+}  // namespace InterposedCalls
