@@ -32,8 +32,9 @@ __attribute__((visibility("hidden"))) char __libc_single_threaded = 0;
 
 // The exceptions of each thread, as the C++ ABI lays them out. libstdc++'s own copy is reached
 // through a function of the dynamic loader, which would make the loader one more file that ours
-// asks for. This one is reached through a descriptor (-mtls-dialect=gnu2), which also keeps the file
-// loadable any number of times: the room for the faster models runs out after a hundred copies.
+// asks for. This one is reached through a descriptor (-mtls-dialect=gnu2), which also keeps the
+// file loadable any number of times: the room for the faster models runs out after a hundred
+// copies.
 struct ThreadExceptions {
     void* caught;
     unsigned int uncaught;
