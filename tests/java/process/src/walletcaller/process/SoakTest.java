@@ -1,0 +1,72 @@
+package walletcaller.process;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import java.io.IOException;
+import java.nio.file.Files;
+import java.util.List;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.BeforeEach;
+import org.junit.jupiter.api.Test;
+
+/**
+ * One process that calls and calls, and fails now and then in every way: what it holds stays what
+ * it was. {@code scripts/soak} runs it with a million calls.
+ */
+class SoakTest extends ProcessTest {
+    private static final int CALLS = Count.fromEnvironment("WALLETCALLER_SOAK_CALLS", 50_000);
+
+    /**
+     * How much resident memory may come between the second quarter of the calls and the last, in
+     * units of 1024 bytes. With a million calls that is 4 bytes a call.
+     */
+    private static final long RESIDENT_MARGIN = 2048;
+
+    @BeforeEach
+    void fillWallet() throws IOException {
+        scene.install(Build.BASE);
+        scene.wallet().add("entry.db0", "a value");
+        scene.wallet().add("other", "another value");
+        scene.wallet().add("com.orvanta.OV2", "the default");
+        scene.wallet().add("loop", "$ovwallet(loop)");
+        // It would have a line for each fetch.
+        Files.delete(scene.wallet().home().resolve("journal"));
+    }
+
+    @Test
+    void manyCallsWithFailuresKeepNothing() {
+        List<String> lines = scene.run(0,
+                List.of("-Xint", "-Xms32m", "-Xmx32m", "-XX:+AlwaysPreTouch"),
+                "SoakCalls", Integer.toString(CALLS));
+        lines.forEach(System.out::println);
+
+        assertEquals(21, lines.size());
+        List<long[]> samples = lines.subList(0, 20).stream()
+                .map(line -> Stream.of(line.split(" ")).mapToLong(Long::parseLong).toArray())
+                .toList();
+        long growth = medianResident(samples.subList(15, 20))
+                - medianResident(samples.subList(5, 10));
+        System.out.println("resident memory grew by " + growth + " kB");
+        assertTrue(growth < RESIDENT_MARGIN, () -> "resident memory grew by " + growth + " kB");
+        for (long[] sample : samples) {
+            assertEquals(0, sample[2], "locked memory between calls");
+            assertEquals(samples.get(0)[3], sample[3], "open files");
+        }
+        assertEquals(CALLS - numberOf(lines.get(20), "NO_JOB")
+                - numberOf(lines.get(20), "MALFORMED_WALLET"),
+                scene.wallet().calls("OvWallet_freeV1"));
+    }
+
+    private static long medianResident(List<long[]> samples) {
+        return samples.stream().mapToLong(sample -> sample[1]).sorted()
+                .skip(samples.size() / 2).findFirst().orElseThrow();
+    }
+
+    /** From a line like "NO_JOB 12, SUCCESS 345". */
+    private static long numberOf(String summary, String kind) {
+        return Stream.of(summary.split(", ")).filter(part -> part.startsWith(kind + " "))
+                .mapToLong(part -> Long.parseLong(part.substring(kind.length() + 1)))
+                .sum();
+    }
+}
