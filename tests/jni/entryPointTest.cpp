@@ -1,7 +1,10 @@
 // Whole calls that go as they should, and those that a failure of our own ends.
 
+#include <optional>
+
 #include <gtest/gtest.h>
 
+#include "doubles/FailingHeap.h"
 #include "doubles/SystemCalls.h"
 #include "jni/NativeCall.h"
 
@@ -95,6 +98,20 @@ TEST_F(EntryPoint, AFailureOnTheOutputSideLeavesTheInputSideDone) {
     EXPECT_EQ(call(), connectorException(kMissing));
     EXPECT_EQ(credentials(), "name secret plain $ovwallet(none)");
     EXPECT_EQ(sandbox_.counter("calls.OvWallet_freeV1"), 1);
+}
+
+// The pool asks for the page size once, right before it asks the heap for a region.
+TEST_F(EntryPoint, AHeapWithoutMemoryIsReportedAndTheNextCallSucceeds) {
+    std::optional<FailingHeap> heap;
+    systemCalls().sysconf = [&](int name) {
+        heap.emplace(1);
+        return real::sysconf(name);
+    };
+    EXPECT_EQ(call(), connectorException("std::bad_alloc"));
+    EXPECT_TRUE(heap->failed());
+    EXPECT_EQ(credentials(), kUntouched);
+    EXPECT_EQ(call(), "");
+    EXPECT_EQ(credentials(), kExpanded);
 }
 
 TEST_F(EntryPoint, TheWalletIsReleasedBeforeTheFailureIsReported) {
