@@ -46,6 +46,12 @@ void* openWallet(void** wallet) {
     return error;
 }
 
+void logText(const char* format, std::va_list arguments) {
+    char text[4096];
+    std::vsnprintf(text, sizeof text, format, arguments);
+    logged() += text + std::string("\n");
+}
+
 // The C library's own function of that name.
 template <typename Function>
 Function* next(const char* name) {
@@ -122,12 +128,19 @@ EXPORTED int closedir(DIR* stream) {
 }
 
 EXPORTED void syslog(int, const char* format, ...) {
-    char text[4096];
     std::va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(text, sizeof text, format, arguments);
+    logText(format, arguments);
     va_end(arguments);
-    logged() += text + std::string("\n");
+}
+
+// What a fortified module calls instead.
+extern "C" void __syslog_chk(int priority, int flag, const char* format, ...);
+EXPORTED void __syslog_chk(int, int, const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    logText(format, arguments);
+    va_end(arguments);
 }
 
 EXPORTED void* dlsym(void* handle, const char* name) noexcept {

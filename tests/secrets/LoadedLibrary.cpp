@@ -123,7 +123,8 @@ void LoadedLibrary::start() {
     const std::string base = sandboxBase() + kClientDirectory;
     InterposedCalls::setCommand(base + "ovwallet");
     const std::string file = privateModuleDir() + "libWalletCaller-redhatlinux-x8664.so";
-    fs::copy_file(WALLETCALLER_LIBRARY, file);
+    const char* const other = std::getenv("WALLETCALLER_LIBRARY");
+    fs::copy_file(other == nullptr ? WALLETCALLER_LIBRARY : other, file);
     void* const address = find(open(file), kEntryPoint);
     nativeMethod = reinterpret_cast<NativeMethod*>(address);
     clientLibrary = open(base + "libovwallet.so");

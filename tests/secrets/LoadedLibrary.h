@@ -1,7 +1,8 @@
 // The library as a JVM loads it, and the sandbox wallet's client library, each a module of its own.
 //
-// A copy of the library lies in this program's private directory. The exported function, as the
-// doubles call it, leads there. From start() on the heap's recorder knows both modules.
+// A copy of the library lies in this program's private directory: the one that was built with it,
+// or the file that the environment variable WALLETCALLER_LIBRARY names. The exported function, as
+// the doubles call it, leads there. From start() on the heap's recorder knows both modules.
 #pragma once
 
 #include <string>

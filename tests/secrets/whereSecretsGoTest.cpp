@@ -123,6 +123,15 @@ TEST_F(WhereSecretsGo, AFetchedValueThatNamesAnEntryIsHeldInOrdinaryMemory) {
     EXPECT_THAT(HeapRecorder::freedWithMarker().inOrdinaryMemory, ElementsAre(0, 0, Gt(0U), 0));
 }
 
+TEST_F(WhereSecretsGo, ANameThatIsNeverClosedIsNoneAndStaysInLockedPages) {
+    addString("com.orvanta.OV2", "plain");
+    setPassword("$ovwallet(" + plainText(Marker::password));
+    EXPECT_THAT(placesDuringCall(), IsSubsetOf(kAllowed));
+    EXPECT_EQ(outcome_, "");
+    EXPECT_EQ(job_.properties["InputOrvantaPassword"], "plain(" + plainText(Marker::password));
+    expectNothingLeaked();
+}
+
 TEST_F(WhereSecretsGo, AnUnsupportedMacroIsQuotedInTheMessage) {
     setPassword("$ovwallet($(" + plainText(Marker::password) + "))");
     EXPECT_EQ(call(), kConnectorException +
