@@ -14,12 +14,12 @@ import org.apache.hadoop.mapreduce.JobContext;
 
 /**
  * Makes calls without end to speak of, failures of every kind that one process can bring about
- * mixed in, and prints twenty times what it holds: the number of calls so far, resident and locked
- * memory in units of 1024 bytes, and open files. At the end it prints how many calls of each kind
- * there were. A call that ends in another way than it should ends the program.
+ * mixed in, and prints every 2,500 calls what it holds: the number of calls so far, resident and
+ * locked memory in units of 1024 bytes, and open files. At the end it prints how many calls of each
+ * kind there were. A call that ends in another way than it should ends the program.
  */
 public final class SoakCalls {
-    private static final int SAMPLES = 20;
+    private static final int CALLS_PER_SAMPLE = 2500;
 
     /** What goes wrong with a call, every so many calls; the first that applies is taken. */
     private enum Kind {
@@ -64,7 +64,7 @@ public final class SoakCalls {
         SoakCalls soak = new SoakCalls(arguments[0]);
         for (int call = 1; call <= calls; ++call) {
             soak.make(Kind.of(call), call);
-            if (call % (calls / SAMPLES) == 0) {
+            if (call % CALLS_PER_SAMPLE == 0) {
                 soak.printSample(call);
             }
         }

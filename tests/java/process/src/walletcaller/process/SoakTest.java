@@ -17,6 +17,9 @@ import org.junit.jupiter.api.Test;
 class SoakTest extends ProcessTest {
     private static final int CALLS = Count.fromEnvironment("WALLETCALLER_SOAK_CALLS", 50_000);
 
+    /** As the program under test has it. */
+    private static final int CALLS_PER_SAMPLE = 2500;
+
     /**
      * How much resident memory may come between the second quarter of the calls and the last, in
      * units of 1024 bytes. With a million calls that is 4 bytes a call.
@@ -41,20 +44,22 @@ class SoakTest extends ProcessTest {
                 "SoakCalls", Integer.toString(CALLS));
         lines.forEach(System.out::println);
 
-        assertEquals(21, lines.size());
-        List<long[]> samples = lines.subList(0, 20).stream()
+        int count = CALLS / CALLS_PER_SAMPLE;
+        assertEquals(count + 1, lines.size());
+        List<long[]> samples = lines.subList(0, count).stream()
                 .map(line -> Stream.of(line.split(" ")).mapToLong(Long::parseLong).toArray())
                 .toList();
-        long growth = medianResident(samples.subList(15, 20))
-                - medianResident(samples.subList(5, 10));
+        String summary = lines.get(count);
+        long growth = medianResident(samples.subList(count * 3 / 4, count))
+                - medianResident(samples.subList(count / 4, count / 2));
         System.out.println("resident memory grew by " + growth + " kB");
         assertTrue(growth < RESIDENT_MARGIN, () -> "resident memory grew by " + growth + " kB");
         for (long[] sample : samples) {
             assertEquals(0, sample[2], "locked memory between calls");
             assertEquals(samples.get(0)[3], sample[3], "open files");
         }
-        assertEquals(CALLS - numberOf(lines.get(20), "NO_JOB")
-                - numberOf(lines.get(20), "MALFORMED_WALLET"),
+        assertEquals(
+                CALLS - numberOf(summary, "NO_JOB") - numberOf(summary, "MALFORMED_WALLET"),
                 scene.wallet().calls("OvWallet_freeV1"));
     }
 
