@@ -26,7 +26,6 @@ void ModelProgram::leadHere(const Pending& places) {
     }
 }
 
-// Returns where the failure that leaves lock() leads on.
 ModelProgram::Pending ModelProgram::lock() {
     const std::size_t guard = add(Step::enterAgainLockGuard);
     add(Step::enterAgainReadCount);
@@ -61,22 +60,37 @@ ModelProgram::Pending ModelProgram::lock() {
         add(Step::lockUnlockHold);
     }
     leadHere({guard, hold});
-    const std::size_t thrown = add(Step::lockThrow);
+    const std::size_t thrown = add(Step::jump);
     leadHere({entered, enteredAgain});
     add(Step::lockReturn);
     return {thrown};
 }
 
-void ModelProgram::unlock() {
-    add(Step::unlockCalled);
-    add(Step::unlockLockGuard);
+void ModelProgram::attemptUnlock(Pending& refused) {
+    refused.push_back(add(Step::unlockLockGuard));
     add(Step::unlockReadCount);
     add(Step::unlockDecrement);
     add(Step::unlockUnlockGuard);
     add(Step::unlockUnlockHold);
 }
 
-// Returns where the failure that leaves load() leads on.
+// As the destructor of ProcessLockGuard does it: two attempts, and it throws if the first failed.
+ModelProgram::Pending ModelProgram::unlock() {
+    Pending first;
+    Pending second;
+    add(Step::unlockCalled);
+    attemptUnlock(first);
+    const std::size_t unlocked = add(Step::jump);
+    leadHere(first);
+    if (fault_ != Fault::unlockNotRepeated) {
+        attemptUnlock(second);
+    }
+    leadHere(second);
+    const std::size_t thrown = add(Step::jump);
+    leadHere({unlocked});
+    return {thrown};
+}
+
 ModelProgram::Pending ModelProgram::load() {
     add(Step::loadReadCount);
     add(Step::loadIncrement);
@@ -97,37 +111,49 @@ void ModelProgram::release() {
     add(Step::releaseClose);
 }
 
-void ModelProgram::addReference() {
-    if (fault_ == Fault::referenceNotAdded) {
-        return;
+void ModelProgram::giveBackUnderLock(const std::function<void()>& call) {
+    const Pending refused = lock();
+    call();
+    Pending done = unlock();
+    done.push_back(add(Step::jump));
+    leadHere(refused);
+    if (fault_ != Fault::givingBackNotRepeated) {
+        const Pending refusedAgain = lock();
+        call();
+        const Pending thrown = unlock();
+        leadHere(refusedAgain);
+        leadHere(thrown);
     }
-    const bool locks = fault_ != Fault::loadWithoutLock;
-    if (locks) {
-        lock();
-    }
-    leadHere(load());
-    if (locks) {
-        unlock();
-    }
+    leadHere(done);
 }
 
 void ModelProgram::dropReference() {
-    lock();
-    release();
-    unlock();
+    giveBackUnderLock([this] { release(); });
 }
 
-// An error object of our own is made by errorFromException.
+// An error object of our own, made by errorFromException. Should the lock be refused, the one that
+// stands for all takes its place.
 void ModelProgram::makeLocalError() {
-    lock();
+    const Pending refused = lock();
     add(Step::registryInsert);
-    unlock();
+    const Pending thrown = unlock();
+    const std::size_t made = add(Step::jump);
+    leadHere(thrown);
+    giveBackUnderLock([this] { add(Step::registryErase); });
+    leadHere(refused);
+    leadHere({made});
 }
 
 void ModelProgram::freeLocalError() {
-    lock();
-    add(Step::registryErase);
-    unlock();
+    giveBackUnderLock([this] { add(Step::registryErase); });
+}
+
+// Of an error object of the library.
+void ModelProgram::freeError() {
+    giveBackUnderLock([this] {
+        add(Step::directFree);
+        dropReference();
+    });
 }
 
 // The discipline "release".
@@ -141,39 +167,61 @@ void ModelProgram::releaseObject() {
     dropReference();
 }
 
-// Of an error object of the library.
-void ModelProgram::freeError() {
-    lock();
-    add(Step::directFree);
+ModelProgram::Pending ModelProgram::addReference() {
+    if (fault_ == Fault::referenceNotAdded) {
+        return {};
+    }
+    if (fault_ == Fault::loadWithoutLock) {
+        return load();
+    }
+    Pending thrown = lock();
+    const Pending loadThrows = load();
+    const Pending unlockThrows = unlock();
+    const std::size_t added = add(Step::jump);
+
+    leadHere(unlockThrows);
     dropReference();
-    unlock();
+    thrown.push_back(add(Step::jump));
+
+    leadHere(loadThrows);
+    leadHere(unlock());
+    thrown.push_back(add(Step::jump));
+    leadHere({added});
+    return thrown;
 }
 
 // Comes out behind itself with a wallet; every other outcome is dealt with and joins ends.
 void ModelProgram::loadFirst(Pending& ends) {
-    lock();
+    const Pending withoutReference = lock();
     const Pending loadThrows = load();
     const std::size_t throws = choose();
     add(Step::directMake);
     const std::size_t failure = choose();
-    unlock();
+    Pending notUnlocked = unlock();
     const std::size_t success = add(Step::jump);
 
     leadHere({failure});
-    unlock();
+    notUnlocked.push_back(unlock().front());
     freeError();
     ends.push_back(add(Step::jump));
 
     leadHere({throws});
     add(Step::directThrow);
-    unlock();
+    leadHere(unlock());
+    const std::size_t withReference = add(Step::jump);
+    leadHere(notUnlocked);
+    if (fault_ != Fault::notTakenBack) {
+        add(Step::directFree);
+    }
+    leadHere({withReference});
     makeLocalError();
     dropReference();
     freeLocalError();
     ends.push_back(add(Step::jump));
 
     leadHere(loadThrows);
-    unlock();
+    leadHere(unlock());
+    leadHere(withoutReference);
     makeLocalError();
     freeLocalError();
     ends.push_back(add(Step::jump));
@@ -184,7 +232,7 @@ void ModelProgram::loadFirst(Pending& ends) {
 void ModelProgram::referenceAlways() {
     const std::size_t throws = choose();
     add(Step::directMake);
-    addReference();
+    const Pending notAdded = addReference();
     const std::size_t failure = choose();
     releaseObject();
     const std::size_t valueFreed = add(Step::jump);
@@ -193,30 +241,36 @@ void ModelProgram::referenceAlways() {
     freeError();
     const std::size_t errorFreed = add(Step::jump);
 
+    leadHere(notAdded);
+    if (fault_ != Fault::notTakenBack) {
+        add(Step::directFree);
+    }
+    const std::size_t takenBack = add(Step::jump);
     leadHere({throws});
     add(Step::directThrow);
+    leadHere({takenBack});
     makeLocalError();
     freeLocalError();
     leadHere({valueFreed, errorFreed});
 }
 
 ModelProgram ModelProgram::nesting(Fault fault) {
-    ModelProgram program(fault, true);
+    ModelProgram program(fault);
     program.add(Step::begin);
     const Pending outerThrows = program.lock();
     const std::size_t notNested = program.choose();
     const Pending innerThrows = program.lock();
-    program.unlock();
+    program.leadHere(program.unlock());
     program.leadHere({notNested});
     program.leadHere(innerThrows);
-    program.unlock();
+    program.leadHere(program.unlock());
     program.leadHere(outerThrows);
     program.instructions_[program.add(Step::jump)].target = 0;
     return program;
 }
 
 ModelProgram ModelProgram::walletUse(Fault fault, bool fetchesValue) {
-    ModelProgram program(fault, false);
+    ModelProgram program(fault);
     Pending ends;
     program.add(Step::begin);
     program.loadFirst(ends);

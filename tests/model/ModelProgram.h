@@ -6,10 +6,16 @@
 // reading it and writing it, so that a lock that does not exclude loses an update.
 //
 // The list is a loop: a thread that comes to its end may begin again or end for ever.
+//
+// A mutex can be refused, as pthread_mutex_lock does when it fails. The steps of what the code does
+// then are part of the program: what holds the lock tries once more to give it up, and what gives
+// something back tries once more to take the lock. So one refusal is overcome wherever it happens;
+// after two in a row a lock or a reference stays taken, which is why a search allows for one.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 // X(enumerator, name)
@@ -32,7 +38,6 @@
     X(lockUnlockGuard, "ProcessLock::lock: unlock guardMutex")                       \
     X(lockReturn, "ProcessLock::lock returns")                                       \
     X(lockUnlockHold, "ProcessLock::lock: unlock holdMutex, guardMutex was refused") \
-    X(lockThrow, "ProcessLock::lock throws")                                         \
     X(unlockCalled, "ProcessLock::unlock is called")                                 \
     X(unlockLockGuard, "ProcessLock::unlock: lock guardMutex")                       \
     X(unlockReadCount, "ProcessLock::unlock: read holdCount")                        \
@@ -53,7 +58,7 @@
     X(directFree, "direct: the free function takes an object back")                  \
     X(registryInsert, "errorFromException: registry().insert")                       \
     X(registryErase, "freeLocalError: registry().erase")                             \
-    X(jump, "goes on elsewhere")
+    X(jump, "no step: goes on elsewhere")
 
 enum class Step : std::uint8_t {
 #define MODEL_ENUMERATOR(enumerator, name) enumerator,
@@ -66,15 +71,18 @@ const char* stepName(Step step);
 // A fault put into the model on purpose, to see that the search finds it.
 enum class Fault {
     none,
-    ownerNotCompared,     // enterAgain lets in whoever finds a holder
-    ownerNotSet,          // lock forgets to say who holds it
-    holdWantedWithGuard,  // the hold mutex is requested while the guard mutex is held
-    countNotDecremented,  // a thread that has to wait leaves the count raised
-    holdKeptOnFailure,    // the hold mutex stays locked when the guard mutex is refused
-    zeroSeenTooLate,      // unlock looks whether the count is zero without the guard mutex
-    loadWithoutLock,      // addReference does not take the lock
-    referenceNotAdded,    // referenceAlways forgets the reference of its object
-    droppedBeforeFree,    // release drops the reference before the free function is called
+    ownerNotCompared,       // enterAgain lets in whoever finds a holder
+    ownerNotSet,            // lock forgets to say who holds it
+    holdWantedWithGuard,    // the hold mutex is requested while the guard mutex is held
+    countNotDecremented,    // a thread that has to wait leaves the count raised
+    holdKeptOnFailure,      // the hold mutex stays locked when the guard mutex is refused
+    zeroSeenTooLate,        // unlock looks whether the count is zero without the guard mutex
+    loadWithoutLock,        // addReference does not take the lock
+    referenceNotAdded,      // referenceAlways forgets the reference of its object
+    droppedBeforeFree,      // release drops the reference before the free function is called
+    unlockNotRepeated,      // a guard that cannot unlock does not try again
+    givingBackNotRepeated,  // what is to be given back is not when the lock is refused
+    notTakenBack,           // what the library handed out is forgotten when the call fails after it
 };
 
 class ModelProgram {
@@ -85,8 +93,7 @@ class ModelProgram {
         std::size_t target;
     };
 
-    // Two levels of the lock, the inner one or not. Any attempt to lock a mutex in
-    // ProcessLock::lock may fail.
+    // Two levels of the lock, the inner one or not.
     static ModelProgram nesting(Fault fault);
 
     // One wallet opened and freed: loadFirst and release, with each outcome that they can have, the
@@ -98,13 +105,12 @@ class ModelProgram {
 
     const std::vector<Instruction>& instructions() const { return instructions_; }
     Fault fault() const { return fault_; }
-    bool mutexesFail() const { return mutexesFail_; }
 
   private:
     // Places that lead to a target which is not known yet.
     using Pending = std::vector<std::size_t>;
 
-    ModelProgram(Fault fault, bool mutexesFail) : fault_(fault), mutexesFail_(mutexesFail) {}
+    explicit ModelProgram(Fault fault) : fault_(fault) {}
 
     static ModelProgram walletUse(Fault fault, bool fetchesValue);
 
@@ -112,21 +118,26 @@ class ModelProgram {
     std::size_t add(Step step);
     void leadHere(const Pending& places);
 
+    // What each of these returns leads on from where it throws.
     Pending lock();
-    void unlock();
+    Pending unlock();
     Pending load();
-    void release();
-    std::size_t choose();
-    void loadFirst(Pending& ends);
-    void referenceAlways();
+    Pending addReference();
+
+    // These may throw, too, but it makes no difference to what their callers do.
     void dropReference();
-    void addReference();
+    void freeError();
     void makeLocalError();
     void freeLocalError();
     void releaseObject();
-    void freeError();
+    void giveBackUnderLock(const std::function<void()>& call);
+
+    std::size_t choose();
+    void attemptUnlock(Pending& refused);
+    void release();
+    void loadFirst(Pending& ends);
+    void referenceAlways();
 
     Fault fault_;
-    bool mutexesFail_;
     std::vector<Instruction> instructions_;
 };

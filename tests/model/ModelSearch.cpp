@@ -21,7 +21,7 @@ class Search {
     Search(const ModelProgram& program, std::size_t threads)
         : program_(program), threads_(threads) {}
 
-    SearchResult run();
+    SearchResult run(int refusals);
 
   private:
     using Index = std::uint32_t;
@@ -122,6 +122,11 @@ std::vector<std::string> Search::stepsTo(Index index) const {
     return steps;
 }
 
+bool locksGuard(Step step) {
+    return step == Step::enterAgainLockGuard || step == Step::lockLockGuard ||
+           step == Step::unlockLockGuard;
+}
+
 void appendMutexEvent(std::vector<std::string>& events, std::int8_t before, std::int8_t after,
                       const std::string& name) {
     if (before != after) {
@@ -142,8 +147,10 @@ void appendEvents(std::vector<std::string>& events, Step step, const ModelState&
     }
 }
 
-SearchResult Search::run() {
-    visit(ModelState{}, {0, 0});
+SearchResult Search::run(int refusals) {
+    ModelState start;
+    start.refusalsLeft = static_cast<std::int8_t>(refusals);
+    visit(start, {0, 0});
     for (Index index = 0; index < states_.size() && result_.violation.empty(); ++index) {
         goOnFrom(index);
     }
@@ -156,21 +163,29 @@ SearchResult Search::run() {
 
 }  // namespace
 
-SearchResult searchModel(const ModelProgram& program, std::size_t threads) {
-    return Search(program, threads).run();
+SearchResult searchModel(const ModelProgram& program, std::size_t threads, int refusals) {
+    return Search(program, threads).run(refusals);
 }
 
 std::vector<std::string> eventsOfOneRound(const ModelProgram& program,
-                                          const std::set<int>& failing) {
+                                          const Disturbance& disturbance) {
     std::vector<std::string> events;
     ModelState state;
+    state.refusalsLeft = 1;
     int choices = 0;
+    int attempts = 0;
     do {
         const auto position = static_cast<std::size_t>(state.threads[0].position);
+        const Step step = program.instructions()[position].step;
         const std::vector<Transition> outcomes = stepOf(program, state, 0);
-        const bool second = position != 0 && outcomes.size() == 2 && failing.contains(++choices);
-        const ModelState& next = outcomes.at(second ? 1 : 0).state;
-        appendEvents(events, program.instructions()[position].step, state, next);
+        bool second = false;
+        if (step == Step::choose || step == Step::loadOpen) {
+            second = ++choices == disturbance.failing;
+        } else if (locksGuard(step) || (step == Step::lockLockHold && !disturbance.guardsOnly)) {
+            second = ++attempts == disturbance.refused;
+        }
+        const ModelState next = outcomes.at(second ? 1 : 0).state;
+        appendEvents(events, step, state, next);
         state = next;
     } while (state.threads[0].position != 0);
     return events;

@@ -15,7 +15,6 @@
 #pragma once
 
 #include <cstddef>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -27,11 +26,22 @@ struct SearchResult {
     std::size_t states = 0;          // that were looked at
 };
 
-SearchResult searchModel(const ModelProgram& program, std::size_t threads);
+// refusals is how many times in all a mutex may be refused, wherever that is worst.
+SearchResult searchModel(const ModelProgram& program, std::size_t threads, int refusals);
+
+// What goes wrong in a round, if anything.
+//
+// Opening the library and every choice have two outcomes, the second being the failure. Numbered
+// from 1 in the order in which the thread comes to them, the one called failing takes the second.
+// Of the attempts to lock a mutex, numbered likewise, the one called refused fails; those of the
+// hold mutex are not numbered when guardsOnly. 0 is none.
+struct Disturbance {
+    int failing = 0;
+    int refused = 0;
+    bool guardsOnly = false;
+};
 
 // What happens in one round of a thread that is alone, as an observer sees it: "lock guard",
-// "unlock guard", "lock hold", "unlock hold", "dlopen", "dlclose" and "call". Where a step has two
-// outcomes the thread takes the first, the second being a failure; of those steps, numbered from 1
-// in the order in which the thread comes to them, the ones in failing take the second.
+// "unlock guard", "lock hold", "unlock hold", "dlopen", "dlclose" and "call".
 std::vector<std::string> eventsOfOneRound(const ModelProgram& program,
-                                          const std::set<int>& failing);
+                                          const Disturbance& disturbance);

@@ -20,7 +20,7 @@ class Execution {
     bool runLibraryStep();
     void runOtherStep();
 
-    void lockMutex(std::int8_t ModelState::* mutex, bool mayFail);
+    void lockMutex(std::int8_t ModelState::* mutex);
     void unlockMutex(std::int8_t ModelState::* mutex);
     void unlockHoldIfReleased();
     bool holderComesAgain() const;
@@ -34,9 +34,11 @@ class Execution {
     void read(std::int8_t ModelState::* counter);
     ModelState& write(std::int8_t ModelState::* counter, int change);
 
-    const ModelProgram::Instruction& instruction() const {
-        return program_.instructions()[static_cast<std::size_t>(position_)];
+    const ModelProgram::Instruction& at(int position) const {
+        return program_.instructions()[static_cast<std::size_t>(position)];
     }
+    const ModelProgram::Instruction& instruction() const { return at(position_); }
+    int afterJumps(int position) const;
     ModelState::Thread& self(ModelState& state) const {
         return state.threads[static_cast<std::size_t>(self_)];
     }
@@ -61,8 +63,15 @@ class Execution {
 ModelState& Execution::leadTo(int position) {
     transitions_.push_back({before_, ""});
     ModelState& state = transitions_.back().state;
-    self(state).position = static_cast<std::int16_t>(position);
+    self(state).position = static_cast<std::int16_t>(afterJumps(position));
     return state;
+}
+
+int Execution::afterJumps(int position) const {
+    while (position != kEnded && at(position).step == Step::jump) {
+        position = static_cast<int>(at(position).target);
+    }
+    return position;
 }
 
 void Execution::goOn(bool straight) {
@@ -85,12 +94,12 @@ ModelState& Execution::write(std::int8_t ModelState::* counter, int change) {
     return state;
 }
 
-void Execution::lockMutex(std::int8_t ModelState::* mutex, bool mayFail) {
+void Execution::lockMutex(std::int8_t ModelState::* mutex) {
     if (before_.*mutex == kNobody) {
         next().*mutex = self_;
     }
-    if (mayFail) {
-        leadAway();
+    if (before_.refusalsLeft > 0) {
+        --leadAway().refusalsLeft;
     }
 }
 
@@ -165,14 +174,11 @@ bool Execution::runMutexStep() {
     switch (instruction().step) {
         case Step::enterAgainLockGuard:
         case Step::lockLockGuard:
-            lockMutex(&ModelState::guardMutex, program_.mutexesFail());
-            return true;
         case Step::unlockLockGuard:
-            // A failure here would leave the lock taken for ever, as its header says.
-            lockMutex(&ModelState::guardMutex, false);
+            lockMutex(&ModelState::guardMutex);
             return true;
         case Step::lockLockHold:
-            lockMutex(&ModelState::holdMutex, program_.mutexesFail());
+            lockMutex(&ModelState::holdMutex);
             return true;
         case Step::enterAgainUnlockGuard:
         case Step::enterAgainHolder:
@@ -273,10 +279,6 @@ void Execution::runOtherStep() {
             break;
         case Step::choose:
             next();
-            leadAway();
-            break;
-        case Step::lockThrow:
-        case Step::jump:
             leadAway();
             break;
         default:

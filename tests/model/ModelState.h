@@ -33,7 +33,7 @@ struct ModelState {
     std::int8_t referenceCount = 0;
     std::int8_t liveObjects = 0;
     std::int8_t libraryIsOpen = 0;
-    std::int8_t unused = 0;
+    std::int8_t refusalsLeft = 0;  // of mutexes
     std::array<Thread, kMostThreads> threads;
 
     bool operator==(const ModelState&) const = default;

@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <functional>
 #include <iostream>
-#include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -30,32 +29,32 @@ std::string describe(const SearchResult& result) {
     return text;
 }
 
-void expectNoViolation(const ModelProgram& program, std::size_t threads) {
-    const SearchResult result = searchModel(program, threads);
+void expectNoViolation(const ModelProgram& program, std::size_t threads, int refusals) {
+    const SearchResult result = searchModel(program, threads, refusals);
     EXPECT_EQ(describe(result), "");
     std::cout << result.states << " states of " << threads << " threads\n";
 }
 
 void expectViolation(const ModelProgram& program, const std::string& expected) {
-    const SearchResult result = searchModel(program, 2);
+    const SearchResult result = searchModel(program, 2, 1);
     EXPECT_EQ(result.violation, expected) << describe(result);
     EXPECT_FALSE(result.steps.empty());
 }
 
 TEST(ProcessLockModel, TwoThreadsThatNestNeverGoWrong) {
-    expectNoViolation(ModelProgram::nesting(Fault::none), 2);
+    expectNoViolation(ModelProgram::nesting(Fault::none), 2, 1);
 }
 
 TEST(ProcessLockModel, ThreeThreadsThatNestNeverGoWrong) {
-    expectNoViolation(ModelProgram::nesting(Fault::none), 3);
+    expectNoViolation(ModelProgram::nesting(Fault::none), 3, 1);
 }
 
 TEST(ProcessLockModel, TwoThreadsThatUseTheWalletNeverGoWrong) {
-    expectNoViolation(ModelProgram::walletCall(Fault::none), 2);
+    expectNoViolation(ModelProgram::walletCall(Fault::none), 2, 1);
 }
 
 TEST(ProcessLockModel, ThreeThreadsThatOpenAndFreeAWalletNeverGoWrong) {
-    expectNoViolation(ModelProgram::walletOpening(Fault::none), 3);
+    expectNoViolation(ModelProgram::walletOpening(Fault::none), 3, 0);
 }
 
 TEST(ProcessLockModelFault, AnOwnerThatIsNotComparedLetsTwoThreadsIn) {
@@ -84,6 +83,21 @@ TEST(ProcessLockModelFault, LookingForZeroWithoutTheGuardMutexKeepsTheLockForEve
     expectViolation(ModelProgram::walletCall(Fault::zeroSeenTooLate), "no thread can go on");
 }
 
+TEST(ProcessLockModelFault, AnUnlockThatIsNotTriedAgainKeepsTheLock) {
+    expectViolation(ModelProgram::nesting(Fault::unlockNotRepeated),
+                    "something is left at the end");
+}
+
+TEST(ProcessLockModelFault, AReferenceThatIsNotGivenBackAtASecondAttemptStays) {
+    expectViolation(ModelProgram::walletCall(Fault::givingBackNotRepeated),
+                    "something is left at the end");
+}
+
+TEST(ProcessLockModelFault, AnObjectThatIsNotTakenBackStays) {
+    expectViolation(ModelProgram::walletCall(Fault::notTakenBack),
+                    "a thread begins a round with something in its hands");
+}
+
 TEST(ProcessLockModelFault, AReferenceAddedWithoutTheLockIsLost) {
     expectViolation(ModelProgram::walletCall(Fault::loadWithoutLock),
                     "the reference count is not objects plus calls in flight");
@@ -99,9 +113,9 @@ TEST(ProcessLockModelFault, AReferenceDroppedBeforeTheObjectIsFreedClosesTheLibr
                     "the library is called while it is closed");
 }
 
-// What is done to the two mutexes while the action runs, as the model tells it.
-std::vector<std::string> mutexEvents(const std::set<int>& failing,
-                                     const std::function<void()>& action) {
+// What is done to the two mutexes while the action runs, in the model's words. Of the attempts to
+// lock one the one called refused fails.
+std::vector<std::string> mutexEvents(int refused, const std::function<void()>& action) {
     const ProcessLockMutexes mutexes = findProcessLockMutexes();
     std::vector<std::string> events;
     const auto note = [&](const char* event, const pthread_mutex_t* mutex) {
@@ -112,7 +126,7 @@ std::vector<std::string> mutexEvents(const std::set<int>& failing,
     int attempts = 0;
     systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
         const bool ofLock = mutex == mutexes.guard || mutex == mutexes.hold;
-        if (ofLock && failing.contains(++attempts)) {
+        if (ofLock && ++attempts == refused) {
             return EINVAL;
         }
         note("lock ", mutex);
@@ -127,89 +141,99 @@ std::vector<std::string> mutexEvents(const std::set<int>& failing,
     return events;
 }
 
-void nestOnce() {
+void quietly(const std::function<void()>& action) {
     try {
-        const ProcessLockGuard outer;
-        const ProcessLockGuard inner;
+        action();
     } catch (const std::exception&) {
         return;
     }
 }
 
-TEST(ProcessLockModelAndCode, TakeTheMutexesInTheSameOrder) {
-    EXPECT_EQ(mutexEvents({}, nestOnce), eventsOfOneRound(ModelProgram::nesting(Fault::none), {}));
+void nestOnce() {
+    const ProcessLockGuard outer;
+    const ProcessLockGuard inner;
 }
 
-// The first attempts are the guard mutex, the hold mutex and the guard mutex again.
-TEST(ProcessLockModelAndCode, FailTheSameWayWhenAMutexIsRefused) {
-    for (const int attempt : {1, 2, 3}) {
-        EXPECT_EQ(mutexEvents({attempt}, nestOnce),
-                  eventsOfOneRound(ModelProgram::nesting(Fault::none), {attempt}))
-            << attempt;
+// Nesting takes seven attempts, and two more where one is refused.
+TEST(ProcessLockModelAndCode, TakeTheMutexesInTheSameOrderWhicheverIsRefused) {
+    const ModelProgram program = ModelProgram::nesting(Fault::none);
+    for (int refused = 0; refused <= 10; ++refused) {
+        EXPECT_EQ(mutexEvents(refused, [] { quietly(nestOnce); }),
+                  eventsOfOneRound(program, {.refused = refused}))
+            << refused;
     }
 }
 
-// How one round ends otherwise than with success.
-enum class Outcome { success, loadFails, openThrows, openFails, fetchThrows, fetchFails };
+// What goes wrong in a round, numbered as the model's steps with two outcomes.
+enum Failure { none, loadFails, openThrows, openFails, fetchThrows, fetchFails };
+
+void failCalls(ClientLibraryDouble& library, Failure failure) {
+    library.openFailures = failure == loadFails ? 1 : 0;
+    library.onCall = [&library, failure](const std::string& entry) {
+        const bool opening = entry == "OvWalletFactory_generateOvWalletV1";
+        const bool fetching = entry == "OvWallet_getStringValue";
+        if ((opening && failure == openThrows) || (fetching && failure == fetchThrows)) {
+            throw std::runtime_error("thrown by the client library");
+        }
+        const bool fails = (opening && failure == openFails) || (fetching && failure == fetchFails);
+        library.error = fails ? reinterpret_cast<WalletError*>(&library) : nullptr;
+    };
+}
+
+void fetchOneValue(ClientLibraryDouble& library, Wallet* wallet) {
+    auto* value = reinterpret_cast<LockedUTF8Vector*>(&library);
+    if (WalletError* const error = OvWallet_getStringValue(wallet, "name", &value)) {
+        quietly([&] { OvWallet_freeError(error); });
+    } else {
+        quietly([&] { OvWallet_freeLockedUTF8Vector(value); });
+    }
+}
 
 std::vector<std::string> inTheWordsOfTheModel(const std::vector<std::string>& events) {
     std::vector<std::string> translated;
     for (const std::string& event : events) {
         if (event == "lock" || event == "unlock") {
             translated.push_back(event + " hold");
-        } else if (event != "dlerror") {
+        } else if (event != "dlerror" && event != "lock fails") {
             translated.push_back(event.substr(0, event.find(' ')));
         }
     }
     return translated;
 }
 
-// What the code does in one round.
-std::vector<std::string> walletEvents(Outcome outcome) {
+// What the code does in one round. Outputs are filled in advance, as the double does not.
+std::vector<std::string> walletEvents(Failure failure, int refused) {
     ClientLibraryDouble library;
-    library.openFailures = outcome == Outcome::loadFails ? 1 : 0;
-    library.onCall = [&](const std::string& entry) {
-        const bool opening = entry == "OvWalletFactory_generateOvWalletV1";
-        const bool fetching = entry == "OvWallet_getStringValue";
-        if ((opening && outcome == Outcome::openThrows) ||
-            (fetching && outcome == Outcome::fetchThrows)) {
-            throw std::runtime_error("thrown by the client library");
-        }
-        const bool fails = (opening && outcome == Outcome::openFails) ||
-                           (fetching && outcome == Outcome::fetchFails);
-        library.error = fails ? reinterpret_cast<WalletError*>(&library) : nullptr;
-    };
-    Wallet* wallet = nullptr;
-    LockedUTF8Vector* value = nullptr;
+    failCalls(library, failure);
+    library.failLocks({refused});
+    auto* wallet = reinterpret_cast<Wallet*>(&library);
     if (WalletError* const error = OvWalletFactory_generateOvWalletV1(&wallet)) {
-        OvWallet_freeError(error);
-        return inTheWordsOfTheModel(library.takeEvents());
-    }
-    if (WalletError* const error = OvWallet_getStringValue(wallet, "name", &value)) {
-        OvWallet_freeError(error);
+        quietly([&] { OvWallet_freeError(error); });
     } else {
-        OvWallet_freeLockedUTF8Vector(value);
+        fetchOneValue(library, wallet);
+        quietly([&] { OvWallet_freeV1(wallet); });
     }
-    OvWallet_freeV1(wallet);
     return inTheWordsOfTheModel(library.takeEvents());
 }
 
-std::vector<std::string> modelEvents(const std::set<int>& failing) {
+std::vector<std::string> modelEvents(Failure failure, int refused) {
     std::vector<std::string> events =
-        eventsOfOneRound(ModelProgram::walletCall(Fault::none), failing);
+        eventsOfOneRound(ModelProgram::walletCall(Fault::none),
+                         {.failing = failure, .refused = refused, .guardsOnly = true});
     std::erase_if(events, [](const std::string& event) { return event.ends_with("guard"); });
     return events;
 }
 
-// The steps of the model with two outcomes: the library opens, the entry point throws, it returns
-// an error object, then the last two again for the value.
-TEST(ProcessLockModelAndCode, LoadAndReleaseTheLibraryInTheSameOrder) {
-    EXPECT_EQ(walletEvents(Outcome::success), modelEvents({}));
-    EXPECT_EQ(walletEvents(Outcome::loadFails), modelEvents({1}));
-    EXPECT_EQ(walletEvents(Outcome::openThrows), modelEvents({2}));
-    EXPECT_EQ(walletEvents(Outcome::openFails), modelEvents({3}));
-    EXPECT_EQ(walletEvents(Outcome::fetchThrows), modelEvents({4}));
-    EXPECT_EQ(walletEvents(Outcome::fetchFails), modelEvents({5}));
+// No round has as many attempts to lock the guard mutex as are tried.
+TEST(ProcessLockModelAndCode, LoadAndReleaseTheLibraryInTheSameOrderWhicheverMutexIsRefused) {
+    for (const Failure failure :
+         {none, loadFails, openThrows, openFails, fetchThrows, fetchFails}) {
+        for (int refused = 0; refused <= 25; ++refused) {
+            EXPECT_EQ(walletEvents(failure, refused), modelEvents(failure, refused))
+                << "failure " << failure << ", refused " << refused;
+        }
+        EXPECT_EQ(modelEvents(failure, 25), modelEvents(failure, 0));
+    }
 }
 
 }  // namespace
