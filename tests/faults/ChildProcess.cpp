@@ -18,7 +18,7 @@
 
 namespace {
 
-constexpr unsigned kSecondsToLive = 60;
+constexpr unsigned kSecondsToLive = 300;
 
 // What went wrong in this test so far, in the parent too before it forked.
 int failuresSoFar() {
