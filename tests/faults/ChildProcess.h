@@ -6,8 +6,8 @@
 #include <string>
 
 // The child runs body and sends what it returns; failures of expectations in the child are failures
-// of this test. So is a child that a signal ended or that took longer than five minutes; the text is
-// empty then.
+// of this test. So is a child that a signal ended or that took longer than five minutes; the text
+// is empty then.
 std::string inChildProcess(const std::function<std::string()>& body);
 
 // Under the address sanitizer, fails the test if memory of this process was leaked.
