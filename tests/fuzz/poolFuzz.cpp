@@ -158,6 +158,10 @@ void* operator new(std::size_t size) {
     return memory;
 }
 
+// The fuzzer sorts with memory from this one, and gives it back to the operator below.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size == 0 ? 1 : size);
+}
 void operator delete(void* memory) noexcept {
     std::free(memory);
 }
