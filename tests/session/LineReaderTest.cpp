@@ -1,6 +1,8 @@
 #include "session/LineReader.h"
 
 #include <cerrno>
+#include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -73,6 +75,20 @@ TEST(LineReader, GivesNothingMoreWhenReadingFails) {
         return ssize_t{-1};
     };
     EXPECT_EQ(reader.next(), std::nullopt);
+}
+
+TEST(LineReader, ClosesItsFile) {
+    const auto openFiles = [] {
+        const std::filesystem::directory_iterator files("/proc/self/fd");
+        return std::distance(begin(files), end(files));
+    };
+    const auto before = openFiles();
+    {
+        LineReader reader("/proc/self/maps");
+        EXPECT_NE(reader.next(), std::nullopt);
+        EXPECT_EQ(openFiles(), before + 1);
+    }
+    EXPECT_EQ(openFiles(), before);
 }
 
 TEST(LineReader, ReadsAFileThatIsNotInheritedByOtherPrograms) {

@@ -278,6 +278,21 @@ TEST_F(ModuleLocatorTest, CountsSegmentsOfAnyTypeFromTheModulesBase) {
     EXPECT_EQ(locate(), "failed: \"/no/such/file\" does not name an existing file.");
 }
 
+TEST_F(ModuleLocatorTest, LooksAtTheFirstSegmentToo) {
+    MemoryMap::isMissing();
+    systemCalls().dl_iterate_phdr = [](int (*visit)(dl_phdr_info*, std::size_t, void*),
+                                       void* data) {
+        ElfW(Phdr) segment{};
+        segment.p_memsz = ~ElfW(Xword){0};
+        dl_phdr_info info{};
+        info.dlpi_name = "/no/such/file";
+        info.dlpi_phdr = &segment;
+        info.dlpi_phnum = 1;
+        return visit(&info, sizeof info, data);
+    };
+    EXPECT_EQ(locate(), "failed: \"/no/such/file\" does not name an existing file.");
+}
+
 TEST_F(ModuleLocatorTest, LetsAMissingInstallationPass) {
     systemCalls().getuid = [] { return uid_t{1}; };
     systemCalls().geteuid = [] { return uid_t{2}; };
