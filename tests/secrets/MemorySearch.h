@@ -1,8 +1,10 @@
-// Looks for the markers in all memory of the process that can be read: what a core dump would hold.
+// Looks for the markers in all memory of the process that can be read, and in core dumps of it.
 #pragma once
 
 #include <set>
 #include <string>
+
+#include "secrets/CoreDump.h"
 
 // Each kind of place in which a marker stands, as "MARKER in PLACE". Places are
 //   the page pool, locked          a page of the library's pool that the kernel has locked
@@ -14,3 +16,7 @@
 //   [stack], a file's name, ...    a mapping by the kernel's name, when no live block holds it
 // The search runs in a thread of its own, so that it leaves the stack of the caller as it is.
 std::set<std::string> searchMemory();
+
+// The same for a core dump of the process as it is now, with one more place:
+//   no memory                      the processor's registers, say
+std::set<std::string> searchCoreDump(const CoreDump& dump);

@@ -22,6 +22,7 @@ using testing::Each;
 using testing::ElementsAre;
 using testing::Gt;
 using testing::IsSubsetOf;
+using testing::IsSupersetOf;
 
 constexpr const char* kConnectorException =
     "com/orvanta/connector/common/exception/ConnectorException: ";
@@ -86,6 +87,30 @@ TEST_F(WhereSecretsGo, DuringACallIsLockedPagesTheClientLibraryAndJavaAlone) {
               plainText(Marker::password) + plainText(Marker::storedValue));
     EXPECT_GT(HeapRecorder::libraryBlocks(), 100U);
     expectNothingLeaked();
+}
+
+// The pages of the child that is dumped are the ones that are locked here.
+TEST_F(WhereSecretsGo, InACoreDumpIsWhereItIsInMemory) {
+    std::set<std::string> inMemory;
+    std::set<std::string> inDump;
+    bool isWritten = true;
+    job_.onJavaMethod = [&](const std::string& method) {
+        if (method == "setInputOrvantaPassword") {
+            inMemory = searchMemory();
+            const std::optional<CoreDump> dump = CoreDump::take();
+            isWritten = dump.has_value();
+            inDump = dump ? searchCoreDump(*dump) : inMemory;
+        }
+    };
+    EXPECT_EQ(call(), "");
+    EXPECT_THAT(inMemory, IsSubsetOf(kAllowed));
+    EXPECT_THAT(inMemory,
+                IsSupersetOf({"URL in the page pool, locked", "password in the page pool, locked",
+                              "stored value in the page pool, locked"}));
+    EXPECT_EQ(inDump, inMemory);
+    if (!isWritten) {
+        GTEST_SKIP() << "NOT TESTED HERE: the kernel writes no core dumps; see core(5)";
+    }
 }
 
 TEST_F(WhereSecretsGo, AfterACallIsJavaAlone) {
