@@ -5,6 +5,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -25,6 +26,8 @@ using testing::ElementsAre;
 
 constexpr const char* kEmptyPathname =
     "Attempt to locate the current module using dl_iterate_phdr() yielded an empty pathname.";
+
+constexpr const char* kNoSuchFile = "failed: \"/no/such/file\" does not name an existing file.";
 
 std::string locate() {
     try {
@@ -186,7 +189,7 @@ TEST_F(ModuleLocatorTest, ReadsNoFurtherLinesAfterAFailure) {
     linkerNames("");
     map_.is("0-ffffffffffffffff r-xp 0 0:0 0 /no/such/file\n0-ffffffffffffffff r-xp 0 0:0 0 " +
             program() + "\n");
-    EXPECT_EQ(locate(), "failed: \"/no/such/file\" does not name an existing file.");
+    EXPECT_EQ(locate(), kNoSuchFile);
 }
 
 TEST_F(ModuleLocatorTest, FallsBackToTheLinkerForADeletedFile) {
@@ -275,22 +278,71 @@ TEST_F(ModuleLocatorTest, CountsSegmentsOfAnyTypeFromTheModulesBase) {
         info.dlpi_phnum = 2;
         return visit(&info, sizeof info, data);
     };
-    EXPECT_EQ(locate(), "failed: \"/no/such/file\" does not name an existing file.");
+    EXPECT_EQ(locate(), kNoSuchFile);
 }
 
-TEST_F(ModuleLocatorTest, LooksAtTheFirstSegmentToo) {
-    MemoryMap::isMissing();
-    systemCalls().dl_iterate_phdr = [](int (*visit)(dl_phdr_info*, std::size_t, void*),
-                                       void* data) {
-        ElfW(Phdr) segment{};
-        segment.p_memsz = ~ElfW(Xword){0};
-        dl_phdr_info info{};
-        info.dlpi_name = "/no/such/file";
-        info.dlpi_phdr = &segment;
-        info.dlpi_phnum = 1;
-        return visit(&info, sizeof info, data);
+// The linker knows one module, with these segments from address 0.
+void linkerKnows(const std::vector<ElfW(Phdr)>& segments, std::size_t count) {
+    systemCalls().dl_iterate_phdr = [=](int (*visit)(dl_phdr_info*, std::size_t, void*),
+                                        void* data) {
+        dl_phdr_info module{};
+        module.dlpi_name = "/no/such/file";
+        module.dlpi_phdr = segments.data();
+        module.dlpi_phnum = static_cast<ElfW(Half)>(count);
+        return visit(&module, sizeof module, data);
     };
-    EXPECT_EQ(locate(), "failed: \"/no/such/file\" does not name an existing file.");
+}
+
+ElfW(Phdr) segment(ElfW(Addr) begin, ElfW(Addr) end) {
+    ElfW(Phdr) header{};
+    header.p_vaddr = begin;
+    header.p_memsz = end - begin;
+    return header;
+}
+
+constexpr ElfW(Addr) kLastAddress = ~ElfW(Addr){0};
+
+TEST_F(ModuleLocatorTest, LooksAtTheFirstSegmentAndNotBehindTheLast) {
+    MemoryMap::isMissing();
+    linkerKnows({segment(0, kLastAddress)}, 1);
+    EXPECT_EQ(locate(), kNoSuchFile);
+    linkerKnows({segment(0, 0), segment(0, kLastAddress)}, 1);
+    EXPECT_EQ(locate(),
+              "failed: Attempt to locate the current module using dl_iterate_phdr() failed.");
+}
+
+// The code's address is where the shortest range that covers it from below ends and the shortest
+// one from above begins. Fails unless ranges hold their first address and not the one behind them.
+template <typename IsCovered>
+void expectExactRanges(const IsCovered& isCovered) {
+    ElfW(Addr) highestBegin = 0;
+    ElfW(Addr) lowestEnd = kLastAddress;
+    for (ElfW(Addr) step = ElfW(Addr){1} << 63; step != 0; step >>= 1) {
+        if (isCovered(highestBegin + step, kLastAddress)) {
+            highestBegin += step;
+        }
+        if (lowestEnd > step && isCovered(0, lowestEnd - step)) {
+            lowestEnd -= step;
+        }
+    }
+    EXPECT_EQ(lowestEnd, highestBegin + 1);
+}
+
+TEST_F(ModuleLocatorTest, TakesSegmentsExactly) {
+    MemoryMap::isMissing();
+    expectExactRanges([](ElfW(Addr) begin, ElfW(Addr) end) {
+        linkerKnows({segment(begin, end)}, 1);
+        return locate() == kNoSuchFile;
+    });
+}
+
+TEST_F(ModuleLocatorTest, TakesMappingsExactly) {
+    expectExactRanges([this](ElfW(Addr) begin, ElfW(Addr) end) {
+        std::ostringstream line;
+        line << std::hex << begin << '-' << end << " r-xp 0 0:0 0 /no/such/file\n";
+        map_.is(line.str());
+        return locate() == kNoSuchFile;
+    });
 }
 
 TEST_F(ModuleLocatorTest, LetsAMissingInstallationPass) {

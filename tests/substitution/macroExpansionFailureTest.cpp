@@ -187,5 +187,28 @@ TEST_F(MacroExpansion, ATextThatDoublesWithEachPassIsRefused) {
     EXPECT_EQ(sandbox_.takeAsked().size(), 10'001U);
 }
 
+// The texts that nested replacements go through may have 4 GiB together, however few they are.
+TEST_F(MacroExpansion, NestedReplacementsInLongTextsAreRefusedEarlier) {
+    constexpr std::string_view kReference = "$ovwallet(a)";
+    constexpr std::size_t kReferences = 9'000;
+    std::string nested(std::size_t{1} << 20, 'x');
+    for (std::size_t i = 0; i < kReferences; ++i) {
+        nested += kReference;
+    }
+    fetches = 0;
+    fetch = [&nested](const std::string&, LockedUTF8Vector** value) -> WalletError* {
+        *value = valueOf(++fetches == 1 ? nested : "v");
+        return nullptr;
+    };
+    int expectedFetches = 0;
+    std::size_t size = nested.size();
+    for (std::size_t work = 0; work <= std::size_t{4} << 30; work += size) {
+        size -= expectedFetches == 0 ? 0 : kReference.size() - 1;
+        ++expectedFetches;
+    }
+    EXPECT_EQ(expanded("$ovwallet(a)"), kEndless);
+    EXPECT_EQ(fetches, expectedFetches);
+}
+
 }  // namespace
 }  // namespace Orvanta_OvWallet
