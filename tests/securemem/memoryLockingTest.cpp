@@ -127,6 +127,17 @@ TEST(LockMemory, RaisesTheSoftLimitAndRestoresIt) {
     EXPECT_TRUE(process.isAsBefore(0));
 }
 
+TEST(LockMemory, RaisesTheSoftLimitToUnlimitedWhereTheHardOneIs) {
+    const std::string unlimited = std::to_string(RLIM_INFINITY);
+    SimulatedProcess process;
+    process.hard = RLIM_INFINITY;
+    process.refused = {0};
+    EXPECT_TRUE(process.lock());
+    EXPECT_EQ(process.calls,
+              (Calls{kLock, kRead, "setrlimit MEMLOCK " + unlimited + "/" + unlimited, kLock,
+                     "setrlimit MEMLOCK 100/" + unlimited}));
+}
+
 TEST(LockMemory, RestoresTheSoftLimitWhenItDidNotHelp) {
     SimulatedProcess process;
     process.refused = {0, 3};

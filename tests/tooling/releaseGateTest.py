@@ -207,6 +207,12 @@ def no_dlopen(b):
     b.build(linking=["-Wl,-z,nodlopen"])
 
 
+@case("static thread storage")
+def initial_exec_variable(b):
+    b.build("static __thread int own; __attribute__((used)) static int* use(void) { return &own; }",
+            compiling=["-ftls-model=initial-exec"])
+
+
 @case("stack protector")
 def no_stack_protector(b):
     b.build(compiling=["-fno-stack-protector"])
