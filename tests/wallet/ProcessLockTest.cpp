@@ -1,6 +1,8 @@
 #include "wallet/ProcessLock.h"
 
 #include <cerrno>
+#include <cstdlib>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <new>
@@ -12,6 +14,7 @@
 #include <vector>
 
 #include <gtest/gtest.h>
+#include <unwind.h>
 
 #include "doubles/FailingHeap.h"
 #include "doubles/SystemCalls.h"
@@ -331,6 +334,27 @@ TEST_F(ProcessLockTest, GuardsNestOnOneThread) {
     EXPECT_EQ(callsOf([] { const ProcessLockGuard inner; }),
               (Calls{"lock guard", "unlock guard", "lock guard", "unlock guard"}));
     EXPECT_FALSE(holdMutexIsFree());
+}
+
+// What a client library in another language may throw. It is caught, but no exception_ptr can hold
+// it.
+_Unwind_Exception foreignException{};
+
+[[noreturn]] void throwForeignException() {
+    foreignException.exception_class = 0x1234;
+    _Unwind_RaiseException(&foreignException);
+    std::abort();
+}
+
+TEST_F(ProcessLockTest, WhatIsNotOfCppLeavesTheLockedCall) {
+    bool isForeign = false;
+    try {
+        underLock(throwForeignException);
+    } catch (...) {
+        isForeign = std::current_exception() == nullptr;
+    }
+    EXPECT_TRUE(isForeign);
+    expectFree();
 }
 
 TEST(ProcessLock, LetsOneThreadInAtATime) {
