@@ -3,9 +3,9 @@
 #include <cstring>
 #include <filesystem>
 
+#include "doubles/ChildProcess.h"
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/SystemCalls.h"
-#include "faults/ChildProcess.h"
 #include "faults/ReferenceJob.h"
 #include "faults/machineDoubles.h"
 

@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "doubles/ChildProcess.h"
 #include "doubles/PrivateModuleDir.h"
-#include "faults/ChildProcess.h"
 #include "faults/Machine.h"
 #include "faults/ProcessState.h"
 

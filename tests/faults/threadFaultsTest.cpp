@@ -9,8 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include "doubles/ChildProcess.h"
 #include "doubles/PrivateModuleDir.h"
-#include "faults/ChildProcess.h"
 #include "faults/FaultCounts.h"
 #include "faults/Machine.h"
 #include "faults/ProcessState.h"

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "secrets/ProcessMemory.h"
+#include "doubles/ProcessMemory.h"
 
 class CoreDump {
   public:

@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "doubles/ProcessMemory.h"
 #include "secrets/Markers.h"
-#include "secrets/ProcessMemory.h"
 
 enum class Owner : std::uint8_t { others, test, clientLibrary, library };
 

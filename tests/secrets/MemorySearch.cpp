@@ -5,9 +5,9 @@
 #include <optional>
 #include <thread>
 
+#include "doubles/ProcessMemory.h"
 #include "secrets/HeapRecorder.h"
 #include "secrets/Markers.h"
-#include "secrets/ProcessMemory.h"
 
 namespace {
 

@@ -5,14 +5,11 @@
 // without it the machine's own takes its place, which is said in the output.
 
 #include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdlib>
-#include <functional>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -20,9 +17,10 @@
 
 #include <gtest/gtest.h>
 
+#include "doubles/ChildProcess.h"
+#include "doubles/ProcessMemory.h"
 #include "doubles/SystemCalls.h"
 #include "secrets/Privileges.h"
-#include "secrets/ProcessMemory.h"
 #include "securemem/PoolBlock.h"
 
 namespace Orvanta_OvWallet {
@@ -36,30 +34,6 @@ constexpr std::array<std::size_t, 5> kBlockSizes{100, 20'000, 60'000, 4'000'000,
 
 std::string nameOf(rlim_t limit) {
     return limit == RLIM_INFINITY ? "unlimited" : std::to_string(limit >> 10) + " KiB";
-}
-
-// Runs the action in a process of its own and returns its text.
-std::string inAnotherProcess(const std::function<std::string()>& action) {
-    int ends[2];
-    if (::pipe(ends) != 0) {
-        return "no pipe";
-    }
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const std::string text = action();
-        const ssize_t written = ::write(ends[1], text.data(), text.size());
-        ::_exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
-    }
-    ::close(ends[1]);
-    std::string text;
-    char byte = 0;
-    while (::read(ends[0], &byte, 1) == 1) {
-        text += byte;
-    }
-    ::close(ends[0]);
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    return status == 0 ? text : text + " and ended with status " + std::to_string(status);
 }
 
 // The pages of each region, as the pool asks for them to be locked.
@@ -150,7 +124,7 @@ std::string allocateAndCheck(const Privileges& privileges) {
 }
 
 std::string inAProcessWith(const Privileges& privileges) {
-    return inAnotherProcess([&] {
+    return inChildProcess([&] {
         const std::string refused = assume(privileges);
         return refused.empty() ? allocateAndCheck(privileges) : refused;
     });
@@ -161,7 +135,7 @@ rlim_t highestLimit() {
     rlimit limits{};
     ::getrlimit(RLIMIT_MEMLOCK, &limits);
     const rlimit unlimited{RLIM_INFINITY, RLIM_INFINITY};
-    const bool canRaise = inAnotherProcess([&] {
+    const bool canRaise = inChildProcess([&] {
                               return ::setrlimit(RLIMIT_MEMLOCK, &unlimited) == 0
                                          ? std::string("yes")
                                          : std::string("no");

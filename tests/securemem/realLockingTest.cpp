@@ -2,17 +2,17 @@
 // a machine on which a process may lock 64 KiB.
 
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <fstream>
-#include <functional>
-#include <sstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "doubles/ChildProcess.h"
+#include "doubles/ProcessMemory.h"
 #include "securemem/LockedPagePool.h"
 #include "securemem/SecureByteVector.h"
 #include "securemem/memoryLocking.h"
@@ -23,61 +23,12 @@ namespace {
 constexpr std::size_t kPage = 4096;
 constexpr uid_t kNobody = 65534;
 
-long lockedKilobytes() {
-    std::ifstream status("/proc/self/status");
-    std::string line;
-    while (std::getline(status, line)) {
-        if (line.starts_with("VmLck:")) {
-            return std::stol(line.substr(6));
-        }
-    }
-    ADD_FAILURE() << "the kernel does not say how much memory is locked";
-    return -1;
-}
-
-// Whether the mapping that holds the address is locked, by its "lo" flag.
 bool isLocked(const void* pointer) {
-    const auto address = reinterpret_cast<std::uintptr_t>(pointer);
-    std::ifstream maps("/proc/self/smaps");
-    std::string line;
-    bool inside = false;
-    while (std::getline(maps, line)) {
-        std::istringstream words(line);
-        std::uintptr_t begin = 0;
-        std::uintptr_t end = 0;
-        char dash = 0;
-        if (words >> std::hex >> begin >> dash >> end && dash == '-') {
-            inside = begin <= address && address < end;
-        } else if (inside && line.starts_with("VmFlags:")) {
-            return (line + " ").find(" lo ") != std::string::npos;
-        }
-    }
-    ADD_FAILURE() << "no mapping holds the address";
-    return false;
-}
-
-// Runs the action in a process of its own, which may give its privileges up, and returns its text.
-std::string inAnotherProcess(const std::function<std::string()>& action) {
-    int ends[2];
-    if (::pipe(ends) != 0) {
-        return "no pipe";
-    }
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const std::string text = action();
-        const ssize_t written = ::write(ends[1], text.data(), text.size());
-        ::_exit(written == static_cast<ssize_t>(text.size()) ? 0 : 1);
-    }
-    ::close(ends[1]);
-    std::string text;
-    char byte = 0;
-    while (::read(ends[0], &byte, 1) == 1) {
-        text += byte;
-    }
-    ::close(ends[0]);
-    int status = -1;
-    ::waitpid(child, &status, 0);
-    return status == 0 ? text : text + " and ended with status " + std::to_string(status);
+    const auto address = reinterpret_cast<std::uint64_t>(pointer);
+    const std::vector<MappedRange> memory = processMemory();
+    return std::any_of(memory.begin(), memory.end(), [address](const MappedRange& mapped) {
+        return mapped.isLocked && mapped.range.contains(address);
+    });
 }
 
 std::string limitsAndUser() {
@@ -141,7 +92,7 @@ TEST(RealLocking, VectorsLieInLockedPagesAlsoAfterTheyGrew) {
 }
 
 TEST(RealLocking, OfAnUnprivilegedProcessRaisesTheSoftLimit) {
-    EXPECT_EQ(inAnotherProcess([] {
+    EXPECT_EQ(inChildProcess([] {
                   if (!setLimits(0, 16 * kPage) ||
                       (::getuid() == 0 && ::setresuid(kNobody, kNobody, kNobody) != 0)) {
                       return std::string("cannot give privileges up");
@@ -155,7 +106,7 @@ TEST(RealLocking, OfAnUnprivilegedProcessRaisesTheSoftLimit) {
 }
 
 TEST(RealLocking, OfAnUnprivilegedProcessIsRefusedBeyondTheHardLimit) {
-    EXPECT_EQ(inAnotherProcess([] {
+    EXPECT_EQ(inChildProcess([] {
                   if (!setLimits(0, kPage) ||
                       (::getuid() == 0 && ::setresuid(kNobody, kNobody, kNobody) != 0)) {
                       return std::string("cannot give privileges up");
@@ -172,7 +123,7 @@ TEST(RealLocking, OfAProcessThatGaveRootUpForNowRegainsIt) {
     if (::getuid() != 0) {
         GTEST_SKIP() << "only a process whose real user is root can regain root";
     }
-    EXPECT_EQ(inAnotherProcess([] {
+    EXPECT_EQ(inChildProcess([] {
                   if (!setLimits(0, 0) || ::setresuid(0, kNobody, 0) != 0) {
                       return std::string("cannot give privileges up");
                   }
@@ -182,7 +133,7 @@ TEST(RealLocking, OfAProcessThatGaveRootUpForNowRegainsIt) {
 }
 
 TEST(RealLocking, ThatIsRefusedLeavesThePoolUsable) {
-    EXPECT_EQ(inAnotherProcess([] {
+    EXPECT_EQ(inChildProcess([] {
                   if (!setLimits(0, 0) ||
                       (::getuid() == 0 && ::setresuid(kNobody, kNobody, kNobody) != 0)) {
                       return std::string("cannot give privileges up");

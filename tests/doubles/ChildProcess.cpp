@@ -1,4 +1,4 @@
-#include "faults/ChildProcess.h"
+#include "doubles/ChildProcess.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>

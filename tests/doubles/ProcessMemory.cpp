@@ -1,4 +1,4 @@
-#include "secrets/ProcessMemory.h"
+#include "doubles/ProcessMemory.h"
 
 #include <cstdio>
 #include <fstream>
