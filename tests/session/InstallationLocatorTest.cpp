@@ -289,6 +289,16 @@ TEST_F(ShownDirectory, FollowsTheCurrentDirectoryWhenItIsRelativeAndCannotBeReso
               "The ovwalletdir symbolic link is not present in \"" + moduleDir_ + "\".");
 }
 
+TEST_F(ShownDirectory, LosesItsSlashHoweverShortItIs) {
+    fs::create_directory(directory_ / "m");
+    writeFile(directory_ / "m/lib.so", "");
+    failResolution();
+    fs::current_path(directory_.pathname());
+    EXPECT_EQ(locate("m/lib.so"),
+              "The ovwalletdir symbolic link is not present in \"" + (directory_ / "m") + "\".");
+    fs::current_path("/");
+}
+
 TEST_F(ShownDirectory, NeedsACurrentDirectoryWhenItIsRelative) {
     failResolution();
     fs::current_path(moduleDir_);
