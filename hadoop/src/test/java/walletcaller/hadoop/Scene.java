@@ -14,6 +14,7 @@ import java.util.Properties;
 import java.util.stream.Collectors;
 import walletcaller.database.Databases;
 import walletcaller.job.KeepingMapper;
+import walletcaller.wallet.SandboxWallet;
 
 /**
  * Everything that one job needs, under one fresh directory: a wallet, the two databases, and what
@@ -21,7 +22,7 @@ import walletcaller.job.KeepingMapper;
  */
 final class Scene implements AutoCloseable {
     private final Path root;
-    private final Wallet wallet;
+    private final SandboxWallet wallet;
     private final Databases databases = new Databases();
     private final Properties job = new Properties();
     private Path temporary;
@@ -36,7 +37,7 @@ final class Scene implements AutoCloseable {
         } catch (IOException failure) {
             throw new UncheckedIOException(failure);
         }
-        wallet = new Wallet(path("wallet"));
+        wallet = new SandboxWallet(Build.command(), path("wallet"));
         configure("hadoop.tmp.dir", path("hadoop").toString());
         configure("mapreduce.framework.name", "local");
         // How often the submitter looks whether the job has ended.
@@ -59,7 +60,7 @@ final class Scene implements AutoCloseable {
         return scene;
     }
 
-    Wallet wallet() {
+    SandboxWallet wallet() {
         return wallet;
     }
 

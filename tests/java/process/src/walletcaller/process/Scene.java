@@ -9,6 +9,7 @@ import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
+import walletcaller.wallet.SandboxWallet;
 
 /**
  * Everything that one scenario needs, under one fresh directory: the private temporary directory
@@ -18,7 +19,7 @@ import java.util.Map;
 final class Scene implements AutoCloseable {
     private final Path root;
     private final Path privateDirectory;
-    private final Wallet wallet;
+    private final SandboxWallet wallet;
     private final List<ConnectorJvm> running = new ArrayList<>();
     private boolean endsSlowly;
 
@@ -28,13 +29,13 @@ final class Scene implements AutoCloseable {
             this.privateDirectory = directory("private");
             Files.copy(Build.LIBRARY, privateDirectory.resolve(Build.LIBRARY.getFileName()));
             directory("bin");
-            this.wallet = new Wallet(this.root.resolve("wallet"));
+            this.wallet = new SandboxWallet(Build.command(Build.BASE), this.root.resolve("wallet"));
         } catch (IOException failure) {
             throw new UncheckedIOException(failure);
         }
     }
 
-    Wallet wallet() {
+    SandboxWallet wallet() {
         return wallet;
     }
 

@@ -1,4 +1,4 @@
-package walletcaller.process;
+package walletcaller.wallet;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
@@ -9,15 +9,18 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 import java.util.TreeMap;
 
 /** One user's sandbox wallet, kept by its own command, with its ledger and its journal on. */
-final class Wallet {
+public final class SandboxWallet {
+    private final Path command;
     private final Path home;
 
-    Wallet(Path home) {
+    public SandboxWallet(Path command, Path home) {
+        this.command = command;
         this.home = home;
         try {
             Files.createDirectory(home);
@@ -28,36 +31,36 @@ final class Wallet {
         run(new byte[0], "ledger", "start");
     }
 
-    Path home() {
+    public Path home() {
         return home;
     }
 
-    void add(String name, String value) {
-        add(name, Bytes.utf8(value));
+    public void add(String name, String value) {
+        add(name, value.getBytes(StandardCharsets.UTF_8));
     }
 
     /** The command drops one newline at the end of its input. */
-    void add(String name, byte[] value) {
+    public void add(String name, byte[] value) {
         byte[] line = Arrays.copyOf(value, value.length + 1);
         line[value.length] = '\n';
         run(line, "add", name);
     }
 
-    void delete(String name) {
+    public void delete(String name) {
         run(new byte[0], "delete", name);
     }
 
     /** Makes the k-th call from now of that entry point fail. */
-    void fail(String entryPoint, int call, String text) {
+    public void fail(String entryPoint, int call, String text) {
         run(new byte[0], "fail", entryPoint, Integer.toString(call), text);
     }
 
-    void delay(String entryPoint, int microseconds) {
+    public void delay(String entryPoint, int microseconds) {
         run(new byte[0], "delay", entryPoint, Integer.toString(microseconds));
     }
 
     /** The names asked for, in order. */
-    List<String> fetched() {
+    public List<String> fetched() {
         try {
             return Files.readAllLines(home.resolve("journal")).stream()
                     .map(line -> line.substring("get ".length())).toList();
@@ -66,8 +69,15 @@ final class Wallet {
         }
     }
 
+    /** How often each name was asked for, by all processes together. */
+    public Map<String, Integer> fetches() {
+        Map<String, Integer> fetches = new HashMap<>();
+        fetched().forEach(name -> fetches.merge(name, 1, Integer::sum));
+        return fetches;
+    }
+
     /** All counters by name. */
-    Map<String, Long> ledger() {
+    public Map<String, Long> ledger() {
         Map<String, Long> counters = new TreeMap<>();
         for (String line : run(new byte[0], "ledger", "show").split("\n")) {
             String[] words = line.split(" ");
@@ -76,12 +86,16 @@ final class Wallet {
         return counters;
     }
 
-    long calls(String entryPoint) {
-        return ledger().getOrDefault("calls." + entryPoint, 0L);
+    public long counter(String name) {
+        return ledger().getOrDefault(name, 0L);
+    }
+
+    public long calls(String entryPoint) {
+        return counter("calls." + entryPoint);
     }
 
     /** Everything handed out was taken back, once, and the client library is unloaded. */
-    void assertAtRest() {
+    public void assertAtRest() {
         Map<String, Long> counters = ledger();
         Map<String, Long> expected = new TreeMap<>(counters);
         expected.replaceAll((name, value) -> name.startsWith("live.") ? 0L : value);
@@ -93,9 +107,9 @@ final class Wallet {
     }
 
     private String run(byte[] input, String... arguments) {
-        List<String> command = new ArrayList<>(List.of(Build.command(Build.BASE).toString()));
-        command.addAll(List.of(arguments));
-        ProcessBuilder builder = new ProcessBuilder(command).redirectErrorStream(true);
+        List<String> words = new ArrayList<>(List.of(command.toString()));
+        words.addAll(List.of(arguments));
+        ProcessBuilder builder = new ProcessBuilder(words).redirectErrorStream(true);
         builder.environment().put("OVWALLET_SANDBOX_HOME", home.toString());
         try {
             Process process = builder.start();
@@ -104,7 +118,7 @@ final class Wallet {
             }
             String output =
                     new String(process.getInputStream().readAllBytes(), StandardCharsets.UTF_8);
-            assertEquals(0, process.waitFor(), () -> "ovwallet " + command + ": " + output);
+            assertEquals(0, process.waitFor(), () -> words + ": " + output);
             return output;
         } catch (IOException failure) {
             throw new UncheckedIOException(failure);
