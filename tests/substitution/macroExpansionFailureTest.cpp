@@ -23,6 +23,30 @@ TEST_F(MacroExpansion, NoValueAtAllIsAFailure) {
               "returned");
 }
 
+TEST_F(MacroExpansion, AValueThatHasASizeButNoBytesIsAFailure) {
+    fetch = [](const std::string&, LockedUTF8Vector** value) -> WalletError* {
+        *value = valueOf("v");
+        walletFunctions().OvWallet_getPtrLockedUTF8Vector = [](LockedUTF8Vector*) -> std::uint8_t* {
+            return nullptr;
+        };
+        return nullptr;
+    };
+    EXPECT_EQ(expanded("$ovwallet(a)"),
+              "failed: Attempt to get value from Orvanta Wallet failed because: no value was "
+              "returned");
+}
+
+TEST_F(MacroExpansion, AnEmptyValueNeedsNoBytes) {
+    fetch = [](const std::string&, LockedUTF8Vector** value) -> WalletError* {
+        *value = valueOf("");
+        walletFunctions().OvWallet_getPtrLockedUTF8Vector = [](LockedUTF8Vector*) -> std::uint8_t* {
+            return nullptr;
+        };
+        return nullptr;
+    };
+    EXPECT_EQ(expanded("a$ovwallet(a)b"), "ab");
+}
+
 TEST_F(MacroExpansion, AMissingEntryIsReportedInTheWalletsWords) {
     EXPECT_EQ(expanded("$ovwallet(none)"),
               "failed: Attempt to get value from Orvanta Wallet failed because: There is no string "
