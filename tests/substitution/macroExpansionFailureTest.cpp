@@ -211,27 +211,30 @@ TEST_F(MacroExpansion, ATextThatDoublesWithEachPassIsRefused) {
     EXPECT_EQ(sandbox_.takeAsked().size(), 10'001U);
 }
 
-// The texts that nested replacements go through may have 4 GiB together, however few they are.
-TEST_F(MacroExpansion, NestedReplacementsInLongTextsAreRefusedEarlier) {
-    constexpr std::string_view kReference = "$ovwallet(a)";
-    constexpr std::size_t kReferences = 9'000;
-    std::string nested(std::size_t{1} << 20, 'x');
-    for (std::size_t i = 0; i < kReferences; ++i) {
-        nested += kReference;
+// The texts that nested replacements go through may have 4 GiB together, however few they are. Here
+// 4096 texts have exactly that: the first of 1069051 bytes, each other 10 bytes less.
+void fetchLongTextWith(std::size_t references) {
+    std::string nested(1069051 - references * 12, 'x');
+    for (std::size_t i = 0; i < references; ++i) {
+        nested += "$ovwallet(a)";
     }
     fetches = 0;
-    fetch = [&nested](const std::string&, LockedUTF8Vector** value) -> WalletError* {
-        *value = valueOf(++fetches == 1 ? nested : "v");
+    fetch = [nested](const std::string&, LockedUTF8Vector** value) -> WalletError* {
+        *value = valueOf(++fetches == 1 ? nested : "vv");
         return nullptr;
     };
-    int expectedFetches = 0;
-    std::size_t size = nested.size();
-    for (std::size_t work = 0; work <= std::size_t{4} << 30; work += size) {
-        size -= expectedFetches == 0 ? 0 : kReference.size() - 1;
-        ++expectedFetches;
-    }
+}
+
+TEST_F(MacroExpansion, NestedReplacementsInLongTextsAreMade) {
+    fetchLongTextWith(4096);
+    EXPECT_EQ(expanded("$ovwallet(a)").size(), 1069051U - 4096 * 10);
+    EXPECT_EQ(fetches, 1 + 4096);
+}
+
+TEST_F(MacroExpansion, NestedReplacementsInLongTextsAreRefusedEarlier) {
+    fetchLongTextWith(4097);
     EXPECT_EQ(expanded("$ovwallet(a)"), kEndless);
-    EXPECT_EQ(fetches, expectedFetches);
+    EXPECT_EQ(fetches, 1 + 4096);
 }
 
 }  // namespace

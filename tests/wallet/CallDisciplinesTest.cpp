@@ -149,6 +149,18 @@ TEST_F(LoadFirst, ReportsALibraryThatTheLoaderRefusesWithCode11) {
     EXPECT_EQ(references(), 0U);
 }
 
+TEST_F(LoadFirst, LeavesWhatStandsInTheCallersPlaceWhenTheCallDidNotReturn) {
+    Wallet* place = kWallet;
+    library_.openFailures = 1;
+    OvWallet_freeError(OvWalletFactory_generateOvWalletV1(&place));
+    EXPECT_EQ(place, kWallet);
+    library_.onCall = [](const std::string&) { throw std::runtime_error("the client library"); };
+    WalletError* const error = OvWalletFactory_generateOvWalletV1(&place);
+    library_.onCall = nullptr;
+    OvWallet_freeError(error);
+    EXPECT_EQ(place, kWallet);
+}
+
 TEST_F(LoadFirst, TurnsAnExceptionOfTheLibraryIntoAnErrorAndClosesTheLibraryAgain) {
     throwFromCalls();
     WalletError* const error = makeWallet();
