@@ -52,6 +52,14 @@ TEST(MacroName, ADollarSignBeforeAnotherByteStandsForItself) {
     EXPECT_EQ(parsed("$\\))"), "$)|");
 }
 
+TEST(MacroName, WhatStandsBehindTheTextIsNotLookedAt) {
+    for (const char* const text : {"\\)b)", "$(ovpid)b)", "a)b)"}) {
+        ExactBytes bytes(text);
+        const std::uint8_t* const begin = bytes.range().begin;
+        EXPECT_FALSE(parseMacroName({begin, begin + 1}, {})) << text;
+    }
+}
+
 TEST(MacroName, TheSubMacroStandsForTheDatabaseId) {
     EXPECT_EQ(parsed("pw_$(ovpid))x"), "pw_dbhost|x");
     EXPECT_EQ(parsed("pw_$(ovpid))", ""), "pw_|");
