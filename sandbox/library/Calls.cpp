@@ -11,6 +11,12 @@ namespace Orvanta_OvWallet::Sandbox {
 
 namespace {
 
+// Its code is in this library, as that of a C++ library's exceptions is: whoever has one must not
+// close the library before he has done with it.
+class LibraryException : public std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
 void waitFor(std::uint64_t microseconds) {
     timespec rest{static_cast<time_t>(microseconds / 1'000'000U),
                   static_cast<long>(microseconds % 1'000'000U * 1'000U)};
@@ -23,7 +29,7 @@ void throwAsTold(ThrowKind kind) {
         case ThrowKind::nothing:
             return;
         case ThrowKind::standardException:
-            throw std::runtime_error("the client library threw");
+            throw LibraryException("the client library threw");
         case ThrowKind::otherType:
             throw 1;
     }

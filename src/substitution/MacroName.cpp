@@ -16,20 +16,23 @@ bool isEscapable(std::uint8_t byte) {
     return byte == ')' || byte == '$' || byte == '\\';
 }
 
-// Where the name's bytes go. The first walk over a name that may never be closed keeps none of
-// them: they may be part of a secret.
+// Where the name's bytes go: counted, and kept if there is a string for them.
 class NameSink {
   public:
-    explicit NameSink(std::string* name) : name_(name) {}
+    explicit NameSink(std::string* name = nullptr) : name_(name) {}
 
-    void append(const std::uint8_t* first, const std::uint8_t* last) const {
+    void append(const std::uint8_t* first, const std::uint8_t* last) {
+        size_ += static_cast<std::uint64_t>(last - first);
         if (name_ != nullptr) {
             name_->append(first, last);
         }
     }
 
+    std::uint64_t size() const { return size_; }
+
   private:
     std::string* name_;
+    std::uint64_t size_ = 0;
 };
 
 void checkSubMacro(const std::uint8_t* first, const std::uint8_t* last) {
@@ -40,7 +43,7 @@ void checkSubMacro(const std::uint8_t* first, const std::uint8_t* last) {
 }
 
 // Returns where the name ends, just behind its ")", or null when it is never closed.
-const std::uint8_t* walkName(ByteRange text, ByteRange databaseId, NameSink name) {
+const std::uint8_t* walkName(ByteRange text, ByteRange databaseId, NameSink& name) {
     const std::uint8_t* position = text.begin;
     while (position != text.end) {
         const std::uint8_t* const current = position++;
@@ -70,14 +73,20 @@ const std::uint8_t* walkName(ByteRange text, ByteRange databaseId, NameSink name
 
 }  // namespace
 
-std::optional<MacroName> parseMacroName(ByteRange text, ByteRange databaseId) {
-    const std::uint8_t* const end = walkName(text, databaseId, NameSink(nullptr));
+std::optional<MacroName> findMacroName(ByteRange text, ByteRange databaseId) {
+    NameSink size;
+    const std::uint8_t* const end = walkName(text, databaseId, size);
     if (end == nullptr) {
         return std::nullopt;
     }
-    MacroName name{{}, end};
-    walkName({text.begin, end}, databaseId, NameSink(&name.entryName));
-    return name;
+    return MacroName{text.begin, end, size.size()};
+}
+
+std::string entryNameOf(const MacroName& name, ByteRange databaseId) {
+    std::string entryName;
+    NameSink bytes(&entryName);
+    walkName({name.begin, name.end}, databaseId, bytes);
+    return entryName;
 }
 
 }  // namespace Orvanta_OvWallet

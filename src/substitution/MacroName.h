@@ -11,6 +11,7 @@
 // wallet takes it up to its first NUL.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -19,13 +20,18 @@
 namespace Orvanta_OvWallet {
 
 struct MacroName {
-    std::string entryName;
-    const std::uint8_t* end;  // just behind the closing ")"
+    const std::uint8_t* begin;  // behind the "("
+    const std::uint8_t* end;    // just behind the closing ")"
+    std::uint64_t size;         // of the entry name, in bytes
 };
 
 // text begins behind the "(" and runs to the end of the property. Returns nothing for a name that
 // is never closed. Throws OvWalletException "Unsupported replacement macro, "$(...)", found in
-// credential information." for an unsupported sub-macro, at once, closed name or not.
-std::optional<MacroName> parseMacroName(ByteRange text, ByteRange databaseId);
+// credential information." for an unsupported sub-macro, at once, closed name or not. No part of
+// the name is copied: what is never closed may be a part of a secret.
+std::optional<MacroName> findMacroName(ByteRange text, ByteRange databaseId);
+
+// The entry name. With many "$(ovpid)" it may be far longer than its text.
+std::string entryNameOf(const MacroName& name, ByteRange databaseId);
 
 }  // namespace Orvanta_OvWallet

@@ -10,6 +10,7 @@
 #include "support/OvWalletException.h"
 #include "support/formatMessage.h"
 #include "wallet/WalletOwner.h"
+#include "wallet/inOwnWords.h"
 
 namespace Orvanta_OvWallet {
 namespace {
@@ -32,19 +33,6 @@ std::optional<std::size_t> findKeyword(const SecureByteVector& text, std::size_t
     return static_cast<std::size_t>(found - text.begin());
 }
 
-// The reference whose keyword ends at keywordEnd.
-MacroName parseMacro(const SecureByteVector& text, const std::uint8_t* keywordEnd,
-                     const JdbcUrlParts& url) {
-    if (keywordEnd != text.end() && *keywordEnd == '(') {
-        if (auto named = parseMacroName({keywordEnd + 1, text.end()}, url.databaseId)) {
-            return std::move(*named);
-        }
-    }
-    std::string defaultEntry = "com.orvanta.";
-    defaultEntry.append(url.logonMechanism.begin, url.logonMechanism.end);
-    return {std::move(defaultEntry), keywordEnd};
-}
-
 LockedUTF8Vector* fetchValue(Wallet* wallet, const std::string& entryName) {
     LockedUTF8Vector* value = nullptr;
     WalletError* const error = OvWallet_getStringValue(wallet, entryName.c_str(), &value);
@@ -61,33 +49,63 @@ LockedUTF8Vector* fetchValue(Wallet* wallet, const std::string& entryName) {
 // Counts what later passes do, and ends a text that would not come to an end by itself.
 class NestedReplacements {
   public:
+    // The first pass meets what the user wrote; what is added there does not count.
+    void beginNextPass() { isNested_ = true; }
+
     void add(std::size_t textSize) {
-        work_ += textSize;
-        if (++count_ > kMostNestedReplacements || work_ > kMostNestedWork) {
+        count_ += isNested_ ? 1 : 0;
+        addWork(textSize);
+    }
+    void addWork(std::uint64_t size) {
+        work_ += isNested_ ? size : 0;
+        if (count_ > kMostNestedReplacements || work_ > kMostNestedWork) {
             throw OvWalletException(kEndless);
         }
     }
 
   private:
+    bool isNested_ = false;
     int count_ = 0;
     std::uint64_t work_ = 0;
 };
 
+struct Reference {
+    std::string entryName;
+    const std::uint8_t* end;
+};
+
+// The reference whose keyword ends at keywordEnd. A long name counts before it is made.
+Reference readReference(const SecureByteVector& text, const std::uint8_t* keywordEnd,
+                        const JdbcUrlParts& url, NestedReplacements& nested) {
+    if (keywordEnd != text.end() && *keywordEnd == '(') {
+        if (const auto name = findMacroName({keywordEnd + 1, text.end()}, url.databaseId)) {
+            nested.addWork(name->size);
+            return {entryNameOf(*name, url.databaseId), name->end};
+        }
+    }
+    std::string defaultEntry = "com.orvanta.";
+    defaultEntry.append(url.logonMechanism.begin, url.logonMechanism.end);
+    return {std::move(defaultEntry), keywordEnd};
+}
+
 // Returns the offset just behind the inserted value.
 std::size_t replaceMacro(SecureByteVector& text, std::size_t offset, Wallet* wallet,
-                         const JdbcUrlParts& url) {
+                         const JdbcUrlParts& url, NestedReplacements& nested) {
+    nested.add(text.size());
     std::uint8_t* const macro = text.begin() + offset;
-    const MacroName name = parseMacro(text, macro + kKeyword.size(), url);
-    OwnedLockedUTF8Vector value(fetchValue(wallet, name.entryName));
+    const Reference reference = readReference(text, macro + kKeyword.size(), url, nested);
+    OwnedLockedUTF8Vector value(fetchValue(wallet, reference.entryName));
     if (value.get() == nullptr) {
         throwNoValue();
     }
-    const std::uint8_t* const bytes = OvWallet_getPtrLockedUTF8Vector(value.get());
-    const std::uint32_t size = OvWallet_getSizeLockedUTF8Vector(value.get());
+    const auto [bytes, size] = inOwnWords([&value] {
+        return std::pair{OvWallet_getPtrLockedUTF8Vector(value.get()),
+                         OvWallet_getSizeLockedUTF8Vector(value.get())};
+    });
     if (bytes == nullptr && size != 0) {
         throwNoValue();
     }
-    text.erase(macro, macro + (name.end - macro));
+    text.erase(macro, macro + (reference.end - macro));
     text.insert(text.begin() + offset, bytes, bytes + size);
     value.free();
     return offset + size;
@@ -97,22 +115,17 @@ std::size_t replaceMacro(SecureByteVector& text, std::size_t offset, Wallet* wal
 
 void expandMacros(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url) {
     std::size_t start = 0;
-    bool firstPass = true;
     NestedReplacements nested;
     for (;;) {
         const std::optional<std::size_t> keyword = findKeyword(text, start);
-        if (!keyword && start == 0) {
+        if (keyword) {
+            start = replaceMacro(text, *keyword, wallet, url, nested);
+        } else if (start != 0) {
+            start = 0;
+            nested.beginNextPass();
+        } else {
             return;
         }
-        if (!keyword) {
-            start = 0;
-            firstPass = false;
-            continue;
-        }
-        if (!firstPass) {
-            nested.add(text.size());
-        }
-        start = replaceMacro(text, *keyword, wallet, url);
     }
 }
 

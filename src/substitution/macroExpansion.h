@@ -10,7 +10,8 @@
 //
 // The first pass meets what the user wrote and expands all of it. What later passes meet came out
 // of fetched values. After 10,000 replacements of that kind, or when the texts that they were made
-// in add up to more than 4 GiB, the references are taken to lead back to themselves.
+// in and the names in them add up to more than 4 GiB, the references are taken to lead back to
+// themselves. A name can be far longer than its text, so it is counted before it is made.
 //
 // Secret bytes go from the wallet's locked vector straight into the locked text. The lock is not
 // held.

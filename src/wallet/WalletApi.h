@@ -5,10 +5,11 @@
 // success and throws nothing derived from std::exception. Error objects are read with
 // OvWallet_getErrorDescription (the text lives as long as the object) and OvWallet_getErrorCode,
 // and freed with OvWallet_freeError; every other object is freed with the free function of its
-// kind. Freeing may throw OvWalletException "Cannot unload the "PATH" library because: TEXT"; the
-// object is gone all the same. EntryPoints.def lists the wrappers, CallDisciplines.h says what each
-// one does around the call. Any thread may call any of them; one wallet is used by one thread at a
-// time.
+// kind. Freeing may throw OvWalletException "Cannot unload the "PATH" library because: TEXT" or
+// "Cannot lock mutex (errno = TEXT)."; the object is gone all the same. It may also throw what the
+// client library throws, and then object and reference stay. EntryPoints.def lists the wrappers,
+// CallDisciplines.h says what each one does around the call. Any thread may call any of them; one
+// wallet is used by one thread at a time.
 #pragma once
 
 #include <cstdint>

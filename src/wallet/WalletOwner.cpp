@@ -2,12 +2,14 @@
 
 #include "support/OvWalletException.h"
 #include "support/formatMessage.h"
+#include "wallet/inOwnWords.h"
 
 namespace Orvanta_OvWallet {
 
 void throwWalletError(const char* messageTemplate, WalletError* error) {
     const OwnedWalletError owner(error);
-    const char* const description = OvWallet_getErrorDescription(error);
+    const char* const description =
+        inOwnWords([error] { return OvWallet_getErrorDescription(error); });
     throw OvWalletException(
         formatMessage(messageTemplate, description == nullptr ? "unknown error" : description));
 }

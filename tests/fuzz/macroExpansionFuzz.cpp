@@ -121,6 +121,20 @@ struct Nested {
     std::uint64_t work = 0;
 };
 
+void count(Nested& nestedSoFar, int replacements, std::uint64_t work, int mostNested) {
+    nestedSoFar.count += replacements;
+    nestedSoFar.work += work;
+    if (nestedSoFar.count <= mostNested && nestedSoFar.work <= kMostNestedWork) {
+        return;
+    }
+    if (mostNested != kMostNested) {
+        throw TooLong{};
+    }
+    ++endless;
+    throw ModelFailure{
+        "Orvanta Wallet references in credential information lead back to themselves."};
+}
+
 // One pass from left to right; whether it replaced anything.
 bool expandOnce(std::string& text, bool first, int mostNested, Nested& nestedSoFar,
                 Outcome& outcome) {
@@ -129,15 +143,8 @@ bool expandOnce(std::string& text, bool first, int mostNested, Nested& nestedSoF
     bool replaced = false;
     for (std::size_t at = rest.find(kKeyword); at != std::string_view::npos;
          at = rest.find(kKeyword)) {
-        nestedSoFar.work += first ? 0 : done.size() + rest.size();
-        nestedSoFar.count += first ? 0 : 1;
-        if (nestedSoFar.count > mostNested || nestedSoFar.work > kMostNestedWork) {
-            if (mostNested != kMostNested) {
-                throw TooLong{};
-            }
-            ++endless;
-            throw ModelFailure{
-                "Orvanta Wallet references in credential information lead back to themselves."};
+        if (!first) {
+            count(nestedSoFar, 1, done.size() + rest.size(), mostNested);
         }
         done += rest.substr(0, at);
         rest.remove_prefix(at + kKeyword.size());
@@ -145,6 +152,9 @@ bool expandOnce(std::string& text, bool first, int mostNested, Nested& nestedSoF
         const std::optional<ModelName> name = open ? readName(rest) : std::nullopt;
         if (name) {
             ++named;
+            if (!first) {
+                count(nestedSoFar, 0, name->name.size(), mostNested);
+            }
             rest.remove_prefix(name->length);
         } else {
             ++(open ? unclosed : bare);

@@ -1,74 +1,19 @@
 // Threads that open and free wallets while nobody else has the client library open, so that it is
 // really closed, and opened again, between their calls. Its ledger, a file, outlives it.
 
-#include <sys/wait.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <map>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "doubles/PrivateModuleDir.h"
 #include "doubles/SystemCalls.h"
-#include "doubles/TemporaryDirectory.h"
+#include "reload/LibraryReload.h"
 #include "wallet/WalletApi.h"
-#include "wallet/WalletFunctionPointers.h"
 
 using namespace Orvanta_OvWallet;
 
 namespace {
-
-class LibraryReload : public ::testing::Test {
-  protected:
-    LibraryReload() {
-        ::setenv("OVWALLET_SANDBOX_HOME", home_.pathname().c_str(), 1);
-        writeFile(home_ / "strings", "name\tvalue\n");
-        runCommand("ledger start");
-        linkInstallation(sandboxBase());
-    }
-
-    std::string runCommand(const std::string& arguments) {
-        const std::string command = sandboxBase() +
-                                    "/orvanta/client/14.10/ovwallet/redhatlinux-x8664/ovwallet " +
-                                    arguments;
-        std::FILE* const output = ::popen(command.c_str(), "r");
-        std::string text;
-        for (int byte = std::fgetc(output); byte != EOF; byte = std::fgetc(output)) {
-            text += static_cast<char>(byte);
-        }
-        EXPECT_EQ(::pclose(output), 0) << command;
-        return text;
-    }
-
-    // The ledger by name.
-    std::map<std::string, std::int64_t> ledger() {
-        std::istringstream lines(runCommand("ledger show"));
-        std::map<std::string, std::int64_t> counters;
-        std::string name;
-        for (std::int64_t value = 0; lines >> name >> value;) {
-            counters[name] = value;
-        }
-        return counters;
-    }
-
-    // Nothing is alive, nothing was misused, and the library is closed.
-    void expectAllGivenBack() {
-        const auto counters = ledger();
-        for (const char* const name : {"live.wallets", "live.locked_vectors", "live.errors",
-                                       "bad_frees", "bad_uses", "leaks"}) {
-            EXPECT_EQ(counters.at(name), 0) << name;
-        }
-        EXPECT_EQ(counters.at("loads"), counters.at("unloads"));
-        EXPECT_TRUE(PrivateStuff::walletFunctions().referenceCount().isZero());
-    }
-
-    TemporaryDirectory home_;
-};
 
 // The value of "name" from a wallet of its own, or the description of an error.
 std::string fetchOnce() {

@@ -16,8 +16,13 @@ std::string parsed(const std::string& text, const std::string& databaseId = "dbh
     ExactBytes bytes(text);
     ExactBytes id(databaseId);
     try {
-        const auto name = parseMacroName(bytes.range(), id.range());
-        return name ? name->entryName + "|" + textOf({name->end, bytes.range().end}) : "open";
+        const auto name = findMacroName(bytes.range(), id.range());
+        if (!name) {
+            return "open";
+        }
+        const std::string entryName = entryNameOf(*name, id.range());
+        EXPECT_EQ(name->size, entryName.size());
+        return entryName + "|" + textOf({name->end, bytes.range().end});
     } catch (const OvWalletException& failure) {
         return failure.what();
     }
@@ -56,7 +61,7 @@ TEST(MacroName, WhatStandsBehindTheTextIsNotLookedAt) {
     for (const char* const text : {"\\)b)", "$(ovpid)b)", "a)b)"}) {
         ExactBytes bytes(text);
         const std::uint8_t* const begin = bytes.range().begin;
-        EXPECT_FALSE(parseMacroName({begin, begin + 1}, {})) << text;
+        EXPECT_FALSE(findMacroName({begin, begin + 1}, {})) << text;
     }
 }
 

@@ -212,9 +212,10 @@ TEST_F(MacroExpansion, ATextThatDoublesWithEachPassIsRefused) {
 }
 
 // The texts that nested replacements go through may have 4 GiB together, however few they are. Here
-// 4096 texts have exactly that: the first of 1069051 bytes, each other 10 bytes less.
+// 4096 texts have exactly that with the names in them: the first has 1069050 bytes, each other 10
+// bytes less, and each name has one.
 void fetchLongTextWith(std::size_t references) {
-    std::string nested(1069051 - references * 12, 'x');
+    std::string nested(1069050 - references * 12, 'x');
     for (std::size_t i = 0; i < references; ++i) {
         nested += "$ovwallet(a)";
     }
@@ -227,7 +228,7 @@ void fetchLongTextWith(std::size_t references) {
 
 TEST_F(MacroExpansion, NestedReplacementsInLongTextsAreMade) {
     fetchLongTextWith(4096);
-    EXPECT_EQ(expanded("$ovwallet(a)").size(), 1069051U - 4096 * 10);
+    EXPECT_EQ(expanded("$ovwallet(a)").size(), 1069050U - 4096 * 10);
     EXPECT_EQ(fetches, 1 + 4096);
 }
 
@@ -235,6 +236,25 @@ TEST_F(MacroExpansion, NestedReplacementsInLongTextsAreRefusedEarlier) {
     fetchLongTextWith(4097);
     EXPECT_EQ(expanded("$ovwallet(a)"), kEndless);
     EXPECT_EQ(fetches, 1 + 4096);
+}
+
+// So may their names: with many database ids in it a name is far longer than its text. It is
+// refused before there is memory for it.
+TEST_F(MacroExpansion, NamesOfNestedReplacementsCountToo) {
+    databaseId_.assign(std::size_t{1} << 20, 'd');
+    std::string nested = "$ovwallet(";
+    for (int i = 0; i < 4096; ++i) {
+        nested += "$(ovpid)";
+    }
+    nested += ')';
+    fetches = 0;
+    fetch = [nested](const std::string&, LockedUTF8Vector** value) -> WalletError* {
+        ++fetches;
+        *value = valueOf(nested);
+        return nullptr;
+    };
+    EXPECT_EQ(expanded("$ovwallet(a)"), kEndless);
+    EXPECT_EQ(fetches, 1);
 }
 
 }  // namespace

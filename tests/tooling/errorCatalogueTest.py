@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""docs/errors.md and src/ have the same messages, and the tests that it names produce them."""
+"""docs/errors.md and src/ have the same messages, and the files of the tests that it names expect them."""
 
 import os
 import re

@@ -16,7 +16,7 @@ import java.util.regex.Pattern;
  */
 final class MacroModel {
     static final int BOUND = 10_000;
-    /** How many bytes the texts may have, added up, in which later passes replace something. */
+    /** How many bytes the texts and names of what later passes replace may have, added up. */
     static final long WORK_BOUND = 4L << 30;
 
     static final String ENDLESS =
@@ -97,7 +97,9 @@ final class MacroModel {
             countReplacement(result.length() + text.length() - macro.start());
             boolean named = macro.group("end") != null;
             String name = macro.group("name") == null ? null : resolve(macro.group("name"), named);
-            if (!named) {
+            if (named) {
+                countWork(name.length());
+            } else {
                 noteBare(macro, text);
             }
             String value = replacement(named ? name : "com.orvanta." + url.logonMechanism());
@@ -124,14 +126,17 @@ final class MacroModel {
     private void countReplacement(int textLength) {
         if (pass == 1) {
             firstReplacements++;
-            return;
-        }
-        laterWork += textLength;
-        if (laterReplacements == bound || laterWork > WORK_BOUND) {
-            seen.add(Branch.BOUND_EXCEEDED);
-            throw new ModelFailure(ENDLESS);
         } else {
             laterReplacements++;
+        }
+        countWork(textLength);
+    }
+
+    private void countWork(int length) {
+        laterWork += pass == 1 ? 0 : length;
+        if (laterReplacements > bound || laterWork > WORK_BOUND) {
+            seen.add(Branch.BOUND_EXCEEDED);
+            throw new ModelFailure(ENDLESS);
         }
     }
 

@@ -55,6 +55,11 @@ public final class SandboxWallet {
         run(new byte[0], "fail", entryPoint, Integer.toString(call), text);
     }
 
+    /** Every call of that entry point throws a C++ exception; "none" ends it. */
+    public void throwFrom(String entryPoint, String kind) {
+        run(new byte[0], "throw", entryPoint, kind);
+    }
+
     public void delay(String entryPoint, int microseconds) {
         run(new byte[0], "delay", entryPoint, Integer.toString(microseconds));
     }

@@ -10,6 +10,7 @@ import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.ValueSource;
 
 /** Client libraries that cannot be used. Each failure is followed by a good call. */
 class ClientLibraryTest extends ProcessTest {
@@ -91,6 +92,20 @@ class ClientLibraryTest extends ProcessTest {
         assertEquals("$ovwallet(known)", jvm.userName(INPUT));
         scene.wallet().assertAtRest();
         assertGoodCallFollows();
+    }
+
+    /** Its class is the client library's own, which is unmapped when the exception is read. */
+    @ParameterizedTest
+    @ValueSource(strings = {"OvWallet_getPtrLockedUTF8Vector", "OvWallet_getSizeLockedUTF8Vector"})
+    void exceptionThatOutlivesTheLibrary(String entryPoint) {
+        scene.install(Build.BASE);
+        scene.wallet().throwFrom(entryPoint, "std");
+
+        assertEquals(Outcome.connectorException("the client library threw"), jvm.call());
+
+        scene.wallet().assertAtRest();
+        scene.wallet().throwFrom(entryPoint, "none");
+        assertEquals(Outcome.RETURNED, jvm.call());
     }
 
     @Test

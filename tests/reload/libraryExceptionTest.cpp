@@ -1,0 +1,72 @@
+// Exceptions whose class is the client library's own: nobody can read one once the library is
+// closed.
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "reload/LibraryReload.h"
+#include "substitution/macroExpansion.h"
+#include "wallet/WalletOwner.h"
+
+using namespace Orvanta_OvWallet;
+
+namespace {
+
+class LibraryException : public LibraryReload {
+  protected:
+    // Expands one reference with a wallet of its own; the message is read when the wallet, and the
+    // library with it, is gone.
+    static std::string messageOfExpansion() {
+        try {
+            Wallet* made = nullptr;
+            if (WalletError* const error = OvWalletFactory_generateOvWalletV1(&made)) {
+                throwWalletError("not opened: %s", error);
+            }
+            const OwnedWallet wallet(made);
+            const std::string reference = "$ovwallet(name)";
+            const auto* const first = reinterpret_cast<const std::uint8_t*>(reference.data());
+            SecureByteVector text(0);
+            text.insert(text.end(), first, first + reference.size());
+            expandMacros(text, wallet.get(), {});
+            return "no exception";
+        } catch (const std::exception& exception) {
+            EXPECT_TRUE(PrivateStuff::walletFunctions().referenceCount().isZero());
+            return exception.what();
+        }
+    }
+
+    void throwFrom(const std::string& entryPoint) { runCommand("throw " + entryPoint + " std"); }
+};
+
+TEST_F(LibraryException, OfOpeningIsReadWhenTheLibraryIsClosed) {
+    throwFrom("OvWalletFactory_generateOvWalletV1");
+    EXPECT_EQ(messageOfExpansion(), "not opened: the client library threw");
+}
+
+TEST_F(LibraryException, OfFetchingIsReadWhenTheLibraryIsClosed) {
+    throwFrom("OvWallet_getStringValue");
+    EXPECT_EQ(messageOfExpansion(),
+              "Attempt to get value from Orvanta Wallet failed because: the client library threw");
+}
+
+TEST_F(LibraryException, OfAValuesBytesIsReadWhenTheLibraryIsClosed) {
+    throwFrom("OvWallet_getPtrLockedUTF8Vector");
+    EXPECT_EQ(messageOfExpansion(), "the client library threw");
+    expectAllGivenBack();
+}
+
+TEST_F(LibraryException, OfAValuesSizeIsReadWhenTheLibraryIsClosed) {
+    throwFrom("OvWallet_getSizeLockedUTF8Vector");
+    EXPECT_EQ(messageOfExpansion(), "the client library threw");
+    expectAllGivenBack();
+}
+
+TEST_F(LibraryException, OfAnErrorsDescriptionIsReadWhenTheLibraryIsClosed) {
+    runCommand("fail OvWallet_getStringValue 1 reason");
+    throwFrom("OvWallet_getErrorDescription");
+    EXPECT_EQ(messageOfExpansion(), "the client library threw");
+    expectAllGivenBack();
+}
+
+}  // namespace
