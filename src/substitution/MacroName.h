@@ -27,8 +27,8 @@ struct MacroName {
 
 // text begins behind the "(" and runs to the end of the property. Returns nothing for a name that
 // is never closed. Throws OvWalletException "Unsupported replacement macro, "$(...)", found in
-// credential information." for an unsupported sub-macro, at once, closed name or not. No part of
-// the name is copied: what is never closed may be a part of a secret.
+// credential information." for an unsupported sub-macro, at once, closed name or not. Nothing
+// else of the name is copied: what is never closed may be a part of a secret.
 std::optional<MacroName> findMacroName(ByteRange text, ByteRange databaseId);
 
 // The entry name. With many "$(ovpid)" it may be far longer than its text.

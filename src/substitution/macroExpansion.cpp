@@ -52,12 +52,12 @@ class NestedReplacements {
     // The first pass meets what the user wrote; what is added there does not count.
     void beginNextPass() { isNested_ = true; }
 
-    void add(std::size_t textSize) {
-        count_ += isNested_ ? 1 : 0;
-        addWork(textSize);
-    }
-    void addWork(std::uint64_t size) {
-        work_ += isNested_ ? size : 0;
+    void add(int replacements, std::uint64_t work) {
+        if (!isNested_) {
+            return;
+        }
+        count_ += replacements;
+        work_ += work;
         if (count_ > kMostNestedReplacements || work_ > kMostNestedWork) {
             throw OvWalletException(kEndless);
         }
@@ -79,7 +79,7 @@ Reference readReference(const SecureByteVector& text, const std::uint8_t* keywor
                         const JdbcUrlParts& url, NestedReplacements& nested) {
     if (keywordEnd != text.end() && *keywordEnd == '(') {
         if (const auto name = findMacroName({keywordEnd + 1, text.end()}, url.databaseId)) {
-            nested.addWork(name->size);
+            nested.add(0, name->size);
             return {entryNameOf(*name, url.databaseId), name->end};
         }
     }
@@ -91,7 +91,7 @@ Reference readReference(const SecureByteVector& text, const std::uint8_t* keywor
 // Returns the offset just behind the inserted value.
 std::size_t replaceMacro(SecureByteVector& text, std::size_t offset, Wallet* wallet,
                          const JdbcUrlParts& url, NestedReplacements& nested) {
-    nested.add(text.size());
+    nested.add(1, text.size());
     std::uint8_t* const macro = text.begin() + offset;
     const Reference reference = readReference(text, macro + kKeyword.size(), url, nested);
     OwnedLockedUTF8Vector value(fetchValue(wallet, reference.entryName));

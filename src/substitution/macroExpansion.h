@@ -27,7 +27,9 @@ namespace Orvanta_OvWallet {
 //   Attempt to get value from Orvanta Wallet failed because: TEXT
 //   Unsupported replacement macro, "$(...)", found in credential information.
 //   Orvanta Wallet references in credential information lead back to themselves.
-// and what the text's insert throws. The text is then of no use; every fetched value is freed.
+// what the client library throws when it is asked for a value's bytes or is to free them, with its
+// own message alone, and what the text's insert throws. The text is then of no use; every fetched
+// value is freed.
 void expandMacros(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url);
 
 }  // namespace Orvanta_OvWallet

@@ -6,10 +6,11 @@
 // OvWallet_getErrorDescription (the text lives as long as the object) and OvWallet_getErrorCode,
 // and freed with OvWallet_freeError; every other object is freed with the free function of its
 // kind. Freeing may throw OvWalletException "Cannot unload the "PATH" library because: TEXT" or
-// "Cannot lock mutex (errno = TEXT)."; the object is gone all the same. It may also throw what the
-// client library throws, and then object and reference stay. EntryPoints.def lists the wrappers,
-// CallDisciplines.h says what each one does around the call. Any thread may call any of them; one
-// wallet is used by one thread at a time.
+// "Cannot lock mutex (errno = TEXT)."; the object is gone all the same, but for an error object
+// when the lock cannot be had at all. It may also throw what the client library throws: then the
+// object stays, and its reference, which keeps the library open while the exception is read.
+// EntryPoints.def lists the wrappers, CallDisciplines.h says what each one does around the call.
+// Any thread may call any of them; one wallet is used by one thread at a time.
 #pragma once
 
 #include <cstdint>

@@ -44,7 +44,8 @@ using OwnedLockedUTF8Vector = WalletOwner<LockedUTF8Vector, OvWallet_freeLockedU
 using OwnedWalletError = WalletOwner<WalletError, OvWallet_freeError>;
 
 // Throws OvWalletException with the error object's description in the place of the template's one
-// "%s", and frees the error object, which is not null.
+// "%s", and frees the error object, which is not null. If the client library throws in the place of
+// describing it, its own message is all there is.
 [[noreturn]] void throwWalletError(const char* messageTemplate, WalletError* error);
 
 }  // namespace Orvanta_OvWallet

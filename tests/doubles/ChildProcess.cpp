@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <exception>
 #include <stdexcept>
 
 #include <gtest/gtest.h>
@@ -25,10 +26,22 @@ int failuresSoFar() {
     return ::testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
 }
 
+// No exception may lead out of the child: it would go on as the test program that it is a copy of.
+std::string textOf(const std::function<std::string()>& body) {
+    try {
+        return body();
+    } catch (const std::exception& exception) {
+        ADD_FAILURE() << "the child threw: " << exception.what();
+    } catch (...) {
+        ADD_FAILURE() << "the child threw";
+    }
+    return {};
+}
+
 [[noreturn]] void liveAndEnd(const std::function<std::string()>& body, int pipe) {
     ::alarm(kSecondsToLive);
     const int failuresBefore = failuresSoFar();
-    const std::string text = body();
+    const std::string text = textOf(body);
     for (std::size_t sent = 0; sent < text.size();) {
         const ssize_t count = ::write(pipe, text.data() + sent, text.size() - sent);
         if (count <= 0) {
@@ -58,6 +71,9 @@ std::string inChildProcess(const std::function<std::string()>& body) {
     }
     std::fflush(stdout);
     const pid_t child = ::fork();
+    if (child < 0) {
+        throw std::runtime_error("no process");
+    }
     if (child == 0) {
         ::close(ends[0]);
         liveAndEnd(body, ends[1]);
@@ -66,7 +82,9 @@ std::string inChildProcess(const std::function<std::string()>& body) {
     std::string text = readAll(ends[0]);
     ::close(ends[0]);
     int status = 0;
-    ::waitpid(child, &status, 0);
+    if (::waitpid(child, &status, 0) != child) {
+        throw std::runtime_error("the process is gone");
+    }
     if (WIFSIGNALED(status)) {
         ADD_FAILURE() << "the process was ended by signal " << WTERMSIG(status);
         return {};

@@ -150,6 +150,8 @@ bool freesEverything(const std::string& report) {
 }  // namespace
 
 CallReport callWithFaults(const Scenario& scenario, const std::vector<Fault>& faults) {
+    // Made here, where it is also taken down; the child has a copy.
+    machine();
     const std::int64_t expected = keptWithoutFaults(scenario);
     return read(inChildProcess([&] {
         std::int64_t kept = 0;

@@ -26,7 +26,7 @@ constexpr int kRounds = 100;
 // A failure of a call that is made in most calls. What throws does so in whichever thread comes
 // next, which then cannot be told from a failure of its own, so the client library only returns.
 Fault anyFault(std::mt19937& random) {
-    const std::vector<Fault> mostOfEach{
+    static const std::vector<Fault> mostOfEach{
         {"allocation", 160},
         {"pthread_mutex_lock", 140, EINVAL},
         {"JNI", 44, static_cast<int>(StrictJni::Failure::withException)},
@@ -52,16 +52,13 @@ bool isExpected(const CallReport& report, const Fault& fault) {
     if (ofOthers.contains(report.outcome) || report.happened.empty()) {
         return ofOthers.contains(report.outcome);
     }
-    if (fault.kind == "allocation") {
-        return outcomesAnywhere("std::bad_alloc").contains(report.outcome) ||
-               report.outcome == cannotUse("An out of memory condition exists.") ||
-               report.outcome == cannotGetValue("An out of memory condition exists.");
-    }
-    if (fault.kind == "pthread_mutex_lock") {
-        return outcomesAnywhere("Cannot lock mutex (errno = Invalid argument).")
-                   .contains(report.outcome) ||
-               report.outcome == cannotUse("An out of memory condition exists.") ||
-               report.outcome == cannotGetValue("An out of memory condition exists.");
+    if (fault.kind == "allocation" || fault.kind == "pthread_mutex_lock") {
+        const std::string noMemory = "An out of memory condition exists.";
+        const std::string message = fault.kind == "allocation"
+                                        ? "std::bad_alloc"
+                                        : "Cannot lock mutex (errno = Invalid argument).";
+        return outcomesAnywhere(message).contains(report.outcome) ||
+               report.outcome == cannotUse(noMemory) || report.outcome == cannotGetValue(noMemory);
     }
     if (fault.kind == "wallet") {
         return report.outcome == cannotGetValue("no value was returned") ||

@@ -158,7 +158,7 @@ void* operator new(std::size_t size) {
     return memory;
 }
 
-// The fuzzer sorts with memory from this one, and gives it back to the operator below.
+// The fuzzer's own sorting asks for memory here, and frees it with the operator that is replaced.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return std::malloc(size == 0 ? 1 : size);
 }

@@ -3,13 +3,12 @@
 // it.
 #pragma once
 
-#include <sys/wait.h>
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -34,6 +33,9 @@ class LibraryReload : public ::testing::Test {
                                     "/orvanta/client/14.10/ovwallet/redhatlinux-x8664/ovwallet " +
                                     arguments;
         std::FILE* const output = ::popen(command.c_str(), "r");
+        if (output == nullptr) {
+            throw std::runtime_error("cannot run " + command);
+        }
         std::string text;
         for (int byte = std::fgetc(output); byte != EOF; byte = std::fgetc(output)) {
             text += static_cast<char>(byte);

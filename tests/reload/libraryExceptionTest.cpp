@@ -23,15 +23,15 @@ class LibraryException : public LibraryReload {
             if (WalletError* const error = OvWalletFactory_generateOvWalletV1(&made)) {
                 throwWalletError("not opened: %s", error);
             }
-            const OwnedWallet wallet(made);
+            OwnedWallet wallet(made);
             const std::string reference = "$ovwallet(name)";
             const auto* const first = reinterpret_cast<const std::uint8_t*>(reference.data());
             SecureByteVector text(0);
             text.insert(text.end(), first, first + reference.size());
             expandMacros(text, wallet.get(), {});
+            wallet.free();
             return "no exception";
         } catch (const std::exception& exception) {
-            EXPECT_TRUE(PrivateStuff::walletFunctions().referenceCount().isZero());
             return exception.what();
         }
     }
@@ -42,12 +42,14 @@ class LibraryException : public LibraryReload {
 TEST_F(LibraryException, OfOpeningIsReadWhenTheLibraryIsClosed) {
     throwFrom("OvWalletFactory_generateOvWalletV1");
     EXPECT_EQ(messageOfExpansion(), "not opened: the client library threw");
+    expectAllGivenBack();
 }
 
 TEST_F(LibraryException, OfFetchingIsReadWhenTheLibraryIsClosed) {
     throwFrom("OvWallet_getStringValue");
     EXPECT_EQ(messageOfExpansion(),
               "Attempt to get value from Orvanta Wallet failed because: the client library threw");
+    expectAllGivenBack();
 }
 
 TEST_F(LibraryException, OfAValuesBytesIsReadWhenTheLibraryIsClosed) {
@@ -67,6 +69,25 @@ TEST_F(LibraryException, OfAnErrorsDescriptionIsReadWhenTheLibraryIsClosed) {
     throwFrom("OvWallet_getErrorDescription");
     EXPECT_EQ(messageOfExpansion(), "the client library threw");
     expectAllGivenBack();
+}
+
+// What a free function throws stays the client library's own, and what was not freed keeps the
+// library open, so that it can be read all the same.
+class ExceptionOfFreeing : public LibraryException {
+  protected:
+    void expectReadableFrom(const std::string& entryPoint) {
+        throwFrom(entryPoint);
+        EXPECT_EQ(messageOfExpansion(), "the client library threw");
+        EXPECT_FALSE(PrivateStuff::walletFunctions().referenceCount().isZero());
+    }
+};
+
+TEST_F(ExceptionOfFreeing, AValueIsReadWithTheLibraryStillOpen) {
+    expectReadableFrom("OvWallet_freeLockedUTF8Vector");
+}
+
+TEST_F(ExceptionOfFreeing, AWalletIsReadWithTheLibraryStillOpen) {
+    expectReadableFrom("OvWallet_freeV1");
 }
 
 }  // namespace

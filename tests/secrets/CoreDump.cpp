@@ -17,6 +17,15 @@
 
 namespace {
 
+// Whether the kernel writes core dumps into the directory in which a process is; if not, they go to
+// a program, or to a place from which nobody would remove them.
+bool areWrittenHere() {
+    std::ifstream file("/proc/sys/kernel/core_pattern");
+    std::string pattern;
+    std::getline(file, pattern);
+    return !pattern.empty() && pattern.find_first_of("|/") == std::string::npos;
+}
+
 // In the child, where the heap must be left alone.
 [[noreturn]] void endWithCoreDump(const char* directory) {
     rlimit limit{};
@@ -45,6 +54,9 @@ Record recordAt(const std::vector<unsigned char>& file, std::size_t offset) {
 CoreDump::CoreDump(const std::string& pathname) : file_(std::filesystem::file_size(pathname)) {
     std::ifstream stream(pathname, std::ios::binary);
     stream.read(reinterpret_cast<char*>(file_.data()), static_cast<std::streamsize>(file_.size()));
+    if (!stream) {
+        throw std::runtime_error("the core dump cannot be read");
+    }
     const auto header = recordAt<Elf64_Ehdr>(file_, 0);
     for (std::size_t i = 0; i < header.e_phnum; ++i) {
         const auto segment = recordAt<Elf64_Phdr>(file_, header.e_phoff + i * sizeof(Elf64_Phdr));
@@ -61,8 +73,14 @@ CoreDump::CoreDump(const std::string& pathname) : file_(std::filesystem::file_si
 }
 
 std::optional<CoreDump> CoreDump::take() {
+    if (!areWrittenHere()) {
+        return std::nullopt;
+    }
     const TemporaryDirectory directory;
     const pid_t child = ::fork();
+    if (child < 0) {
+        throw std::runtime_error("no process");
+    }
     if (child == 0) {
         endWithCoreDump(directory.pathname().c_str());
     }
