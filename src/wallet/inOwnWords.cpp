@@ -17,7 +17,7 @@ bool continuesCharacter(char byte) {
 
 }  // namespace
 
-ShortException::ShortException(const char* message) noexcept : text_{} {
+ShortException::ShortException(const char* message) noexcept {
     std::size_t size = ::strnlen(message, kLongest + 1);
     if (size > kLongest) {
         size = kLongest;

@@ -16,7 +16,7 @@ class ShortException : public std::exception {
     const char* what() const noexcept override { return text_; }
 
   private:
-    char text_[kLongest + 1];
+    char text_[kLongest + 1] = {};
 };
 
 // Throws an OvWalletException with this message, or a ShortException.
