@@ -16,14 +16,10 @@ bool hasPrefix(std::span<const std::uint8_t> url) {
     return url.size() > kPrefix.size() && std::equal(kPrefix.begin(), kPrefix.end(), url.begin());
 }
 
-ByteRange rangeOf(std::span<const std::uint8_t> bytes) {
-    return {bytes.data(), bytes.data() + bytes.size()};
-}
-
 }  // namespace
 
-ByteRange defaultLogonMechanism() {
-    return rangeOf(kDefaultLogonMechanism);
+std::span<const std::uint8_t> defaultLogonMechanism() {
+    return kDefaultLogonMechanism;
 }
 
 JdbcUrlParts parseJdbcUrl(std::span<std::uint8_t> url) {
@@ -37,19 +33,21 @@ JdbcUrlParts parseJdbcUrl(std::span<std::uint8_t> url) {
     if (slash == rest.size()) {
         const std::size_t blank = findBlank(rest, 0, rest.size());
         const std::size_t blankEnd = findBlankEnd(rest, blank, rest.size());
-        parts.databaseId = rangeOf(rest.subspan(blank, blankEnd - blank));
+        parts.databaseId = rest.subspan(blank, blankEnd - blank);
     } else {
-        parts.databaseId = rangeOf(rest.first(slash));
+        parts.databaseId = rest.first(slash);
         parts.logonMechanism = scanLogonMechanism(rest.subspan(slash + 1), parts.logonMechanism);
     }
     parts.databaseId = withBracketRule(parts.databaseId, url.data() + url.size());
     return parts;
 }
 
-ByteRange withBracketRule(ByteRange databaseId, const std::uint8_t* urlEnd) {
-    const bool bracketed = !databaseId.empty() && *databaseId.begin == '[' &&
-                           databaseId.end != urlEnd && *databaseId.end == ']';
-    return bracketed ? ByteRange{databaseId.begin + 1, databaseId.end + 1} : databaseId;
+std::span<const std::uint8_t> withBracketRule(std::span<const std::uint8_t> databaseId,
+                                              const std::uint8_t* urlEnd) {
+    const std::uint8_t* const end = databaseId.data() + databaseId.size();
+    const bool bracketed =
+        !databaseId.empty() && databaseId.front() == '[' && end != urlEnd && *end == ']';
+    return bracketed ? std::span(databaseId.data() + 1, databaseId.size()) : databaseId;
 }
 
 }  // namespace Orvanta_OvWallet

@@ -1,4 +1,4 @@
-// What macro expansion needs to know of a side's JDBC URL.
+// What the expansion of references needs to know of a side's JDBC URL.
 //
 //     jdbc:orvanta://DATABASE-ID/PARAMETERS
 //
@@ -14,24 +14,23 @@
 #include <cstdint>
 #include <span>
 
-#include "substitution/ByteRange.h"
-
 namespace Orvanta_OvWallet {
 
 // The logon mechanism of a URL that names none: "OV2".
-ByteRange defaultLogonMechanism();
+std::span<const std::uint8_t> defaultLogonMechanism();
 
 struct JdbcUrlParts {
-    ByteRange databaseId;
-    ByteRange logonMechanism = defaultLogonMechanism();
+    std::span<const std::uint8_t> databaseId;
+    std::span<const std::uint8_t> logonMechanism = defaultLogonMechanism();
 };
 
-// The ranges point into url, or at constants; url lives as long as they are used. Parameter values
+// The spans point into url, or at constants; url lives as long as they are used. Parameter values
 // may be edited in place.
 JdbcUrlParts parseJdbcUrl(std::span<std::uint8_t> url);
 
 // The rule on brackets, which is the last step of parsing. urlEnd is the end of the URL that the
 // database id lies in.
-ByteRange withBracketRule(ByteRange databaseId, const std::uint8_t* urlEnd);
+std::span<const std::uint8_t> withBracketRule(std::span<const std::uint8_t> databaseId,
+                                              const std::uint8_t* urlEnd);
 
 }  // namespace Orvanta_OvWallet

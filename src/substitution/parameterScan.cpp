@@ -130,8 +130,9 @@ std::optional<UrlParameter> nextParameter(std::span<const std::uint8_t> text, st
     return UrlParameter{key, keyEnd, value, valueEnd, quotes.firstDoubled, next};
 }
 
-ByteRange scanLogonMechanism(std::span<std::uint8_t> text, ByteRange initial) {
-    ByteRange logonMechanism = initial;
+std::span<const std::uint8_t> scanLogonMechanism(std::span<std::uint8_t> text,
+                                                 std::span<const std::uint8_t> initial) {
+    std::span<const std::uint8_t> logonMechanism = initial;
     std::size_t end = text.size();
     for (std::size_t position = 0; position < end;) {
         const std::optional<UrlParameter> parameter = nextParameter(text, position, end);
@@ -145,7 +146,7 @@ ByteRange scanLogonMechanism(std::span<std::uint8_t> text, ByteRange initial) {
 }
 
 void applyParameter(std::span<std::uint8_t> text, const UrlParameter& parameter,
-                    ByteRange& logonMechanism) {
+                    std::span<const std::uint8_t>& logonMechanism) {
     if (!namesLogonMechanism(text.subspan(parameter.key, parameter.keyEnd - parameter.key))) {
         return;
     }
@@ -153,8 +154,7 @@ void applyParameter(std::span<std::uint8_t> text, const UrlParameter& parameter,
     if (parameter.doubledQuote < parameter.valueEnd) {
         value = collapseDoubledQuotes(value);
     }
-    value = withoutEnclosingQuotes(value);
-    logonMechanism = {value.data(), value.data() + value.size()};
+    logonMechanism = withoutEnclosingQuotes(value);
 }
 
 }  // namespace Orvanta_OvWallet

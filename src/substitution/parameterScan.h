@@ -15,8 +15,6 @@
 #include <optional>
 #include <span>
 
-#include "substitution/ByteRange.h"
-
 namespace Orvanta_OvWallet {
 
 bool isBlank(std::uint8_t byte);
@@ -43,11 +41,12 @@ std::optional<UrlParameter> nextParameter(std::span<const std::uint8_t> text, st
 
 // The logon mechanism among the parameters in text: the last value whose key begins with the
 // letters "LOGMECH" in any case, or otherwise the initial one. Quotes of such a value are edited in
-// place; the range points into text, or is the initial one.
-ByteRange scanLogonMechanism(std::span<std::uint8_t> text, ByteRange initial);
+// place; the result points into text, or is the initial one.
+std::span<const std::uint8_t> scanLogonMechanism(std::span<std::uint8_t> text,
+                                                 std::span<const std::uint8_t> initial);
 
 // Takes one parameter into account: what scanLogonMechanism does with each.
 void applyParameter(std::span<std::uint8_t> text, const UrlParameter& parameter,
-                    ByteRange& logonMechanism);
+                    std::span<const std::uint8_t>& logonMechanism);
 
 }  // namespace Orvanta_OvWallet

@@ -6,7 +6,7 @@
 #include "jni/LocalRef.h"
 #include "jni/PendingException.h"
 #include "securemem/SecureByteVector.h"
-#include "substitution/macroExpansion.h"
+#include "substitution/referenceExpansion.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
@@ -66,7 +66,7 @@ void substitute(const WalletSession& session, const std::string& side, const std
     if (text == nullptr) {
         return;
     }
-    expandMacros(*text, session.walletHandle, url);
+    expandReferences(*text, session.walletHandle, url);
     writeProperty(session, "set" + name, *text);
 }
 

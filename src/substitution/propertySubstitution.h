@@ -14,7 +14,7 @@ namespace Orvanta_OvWallet {
 // when there was no reference. A property that is null is left alone. Bytes go in and out as they
 // are, with no conversion of characters.
 //
-// Throws JavaLangThrowable when a Java exception is pending, what expandMacros throws, and
+// Throws JavaLangThrowable when a Java exception is pending, what expandReferences throws, and
 // OvWalletException "Array is too long for Java." or "Cannot allocate Java byte array." (a Java
 // exception may then be pending, too). The property keeps its old value in each case, unless the
 // setter itself failed half-way.

@@ -76,8 +76,8 @@ struct ExactCopy {
 void checkUrl(const std::string& text) {
     const ExactCopy url(text);
     const JdbcUrlParts parts = parseJdbcUrl(url.span());
-    const std::string id(parts.databaseId.begin, parts.databaseId.end);
-    const std::string mechanism(parts.logonMechanism.begin, parts.logonMechanism.end);
+    const std::string id(parts.databaseId.begin(), parts.databaseId.end());
+    const std::string mechanism(parts.logonMechanism.begin(), parts.logonMechanism.end());
     REQUIRE(id == modelDatabaseId(text));
     REQUIRE(mechanism == "OV2");
     REQUIRE(std::equal(text.begin(), text.end(), url.span().begin(),
@@ -89,10 +89,11 @@ void checkValue(const std::string& value, bool doubled) {
     const ExactCopy text("LOGMECH" + value);
     const std::size_t end = text.size;
     const UrlParameter parameter{0, 7, 7, end, doubled ? std::size_t{7} : end, end};
-    ByteRange mechanism;
+    std::span<const std::uint8_t> mechanism;
     applyParameter(text.span(), parameter, mechanism);
     REQUIRE(mechanism.size() <= value.size());
-    REQUIRE(mechanism.begin >= text.bytes.get() + 7 && mechanism.end <= text.bytes.get() + end);
+    REQUIRE(mechanism.data() >= text.bytes.get() + 7 &&
+            mechanism.data() + mechanism.size() <= text.bytes.get() + end);
     if (mechanism.size() != value.size()) {
         ++edited;
     }

@@ -6,7 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "reload/LibraryReload.h"
-#include "substitution/macroExpansion.h"
+#include "substitution/referenceExpansion.h"
 #include "wallet/WalletOwner.h"
 
 using namespace Orvanta_OvWallet;
@@ -28,7 +28,7 @@ class LibraryException : public LibraryReload {
             const auto* const first = reinterpret_cast<const std::uint8_t*>(reference.data());
             SecureByteVector text(0);
             text.insert(text.end(), first, first + reference.size());
-            expandMacros(text, wallet.get(), {});
+            expandReferences(text, wallet.get(), {});
             wallet.free();
             return "no exception";
         } catch (const std::exception& exception) {

@@ -1,5 +1,5 @@
 // Bytes in a buffer of exactly their length, so that the address sanitizer sees a read past the
-// end, and texts made from byte ranges.
+// end, and texts made from bytes.
 #pragma once
 
 #include <algorithm>
@@ -9,8 +9,6 @@
 #include <string>
 #include <string_view>
 
-#include "substitution/ByteRange.h"
-
 class ExactBytes {
   public:
     explicit ExactBytes(std::string_view text)
@@ -19,7 +17,6 @@ class ExactBytes {
     }
 
     std::span<std::uint8_t> span() { return {bytes_.get(), size_}; }
-    Orvanta_OvWallet::ByteRange range() { return {bytes_.get(), bytes_.get() + size_}; }
     std::string text() const { return {bytes_.get(), bytes_.get() + size_}; }
 
   private:
@@ -27,6 +24,6 @@ class ExactBytes {
     std::unique_ptr<std::uint8_t[]> bytes_;
 };
 
-inline std::string textOf(Orvanta_OvWallet::ByteRange range) {
-    return {range.begin, range.end};
+inline std::string textOf(std::span<const std::uint8_t> bytes) {
+    return {bytes.begin(), bytes.end()};
 }

@@ -67,7 +67,7 @@ TEST(JdbcUrl, EveryCutOfALongUrlIsParsedWithinItsBytes) {
     }
 }
 
-TEST(JdbcUrl, ADatabaseIdThatIsMissingIsAnEmptyRange) {
+TEST(JdbcUrl, ADatabaseIdThatIsMissingIsEmpty) {
     EXPECT_TRUE(parseJdbcUrl({}).databaseId.empty());
     EXPECT_TRUE(JdbcUrlParts{}.databaseId.empty());
     EXPECT_EQ(JdbcUrlParts{}.databaseId.size(), 0U);
@@ -82,8 +82,8 @@ TEST(JdbcUrl, BracketsAroundTheWholeDatabaseIdStay) {
 // The range [first, first + size) of text after the rule on brackets.
 std::string bracketed(const std::string& text, std::size_t first, std::size_t size) {
     ExactBytes bytes(text);
-    const std::uint8_t* const begin = bytes.range().begin + first;
-    return textOf(withBracketRule({begin, begin + size}, bytes.range().end));
+    return textOf(
+        withBracketRule(bytes.span().subspan(first, size), bytes.span().data() + text.size()));
 }
 
 TEST(JdbcUrl, ADatabaseIdInBracketsIsShiftedNotStripped) {

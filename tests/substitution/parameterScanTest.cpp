@@ -226,20 +226,20 @@ TEST(ParameterScan, EveryShortValueIsScannedByTheRules) {
 // ---- All parameters.
 
 TEST(ParameterScan, EveryTextLeavesTheInitialLogonMechanism) {
-    const ByteRange initial = defaultLogonMechanism();
+    const std::span<const std::uint8_t> initial = defaultLogonMechanism();
     forEachText(" H=,'", 6, [initial](const std::string& tail) {
         const std::string text = " LOGMEC" + tail;
         ExactBytes bytes(text);
-        const ByteRange found = scanLogonMechanism(bytes.span(), initial);
-        ASSERT_EQ(found.begin, initial.begin) << tail;
-        ASSERT_EQ(found.end, initial.end) << tail;
+        const std::span<const std::uint8_t> found = scanLogonMechanism(bytes.span(), initial);
+        ASSERT_EQ(found.data(), initial.data()) << tail;
+        ASSERT_EQ(found.size(), initial.size()) << tail;
         ASSERT_EQ(bytes.text(), text);
     });
 }
 
 TEST(ParameterScan, AnEmptyTextLeavesTheInitialLogonMechanism) {
-    const ByteRange initial = defaultLogonMechanism();
-    EXPECT_EQ(scanLogonMechanism({}, initial).begin, initial.begin);
+    const std::span<const std::uint8_t> initial = defaultLogonMechanism();
+    EXPECT_EQ(scanLogonMechanism({}, initial).data(), initial.data());
 }
 
 // ---- What a parameter that names the logon mechanism would do.
@@ -262,7 +262,7 @@ Applied applied(const std::string& key, const std::string& value) {
         .valueEnd = text.size(),
         .doubledQuote = doubled == std::string::npos ? text.size() : begin + doubled,
         .next = text.size()};
-    ByteRange logonMechanism = defaultLogonMechanism();
+    std::span<const std::uint8_t> logonMechanism = defaultLogonMechanism();
     applyParameter(bytes.span(), parameter, logonMechanism);
     return {textOf(logonMechanism), bytes.text()};
 }
@@ -303,7 +303,7 @@ TEST(ParameterScan, DoubledQuotesAreCollapsedBeforeTheEnclosingOnesAreDropped) {
 
 TEST(ParameterScan, ADoubledQuoteBehindTheValueLeavesItAsItIs) {
     ExactBytes bytes("LOGMECH='a''b'");
-    ByteRange logonMechanism = defaultLogonMechanism();
+    std::span<const std::uint8_t> logonMechanism = defaultLogonMechanism();
     applyParameter(bytes.span(), {0, 7, 8, 14, 14, 14}, logonMechanism);
     EXPECT_EQ(textOf(logonMechanism), "a''b");
     EXPECT_EQ(bytes.text(), "LOGMECH='a''b'");
@@ -311,7 +311,7 @@ TEST(ParameterScan, ADoubledQuoteBehindTheValueLeavesItAsItIs) {
 
 TEST(ParameterScan, TheLastParameterThatNamesItCounts) {
     ExactBytes bytes("LOGMECH=KRB5LOGMECH=LDAP");
-    ByteRange logonMechanism = defaultLogonMechanism();
+    std::span<const std::uint8_t> logonMechanism = defaultLogonMechanism();
     applyParameter(bytes.span(), {0, 7, 8, 12, 24, 12}, logonMechanism);
     applyParameter(bytes.span(), {12, 19, 20, 24, 24, 24}, logonMechanism);
     EXPECT_EQ(textOf(logonMechanism), "LDAP");

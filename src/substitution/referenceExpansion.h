@@ -1,12 +1,9 @@
 // Replaces every wallet reference in a text by the string that the wallet keeps under its name.
 //
-// Theory of operation. A reference is the keyword "$ovwallet", followed by a name in parentheses
-// (see MacroName.h) or bare. A bare one, and one whose parenthesis is never closed, stands for the
-// entry "com.orvanta." + logon mechanism; of the latter only the keyword is replaced. The text is
-// searched from left to right. After a replacement the search goes on behind the inserted value;
-// when nothing more is found it starts again from the beginning, until a whole pass finds nothing.
-// So fetched values are expanded too, and so is a keyword that a value completes together with its
-// surroundings.
+// Theory of operation. The text is searched for references (see walletReference.h) from left to
+// right. After a replacement the search goes on after the inserted value; when nothing more is
+// found it starts again from the beginning, until a whole pass finds nothing. So fetched values are
+// expanded too, and so is a keyword that a value completes together with its surroundings.
 //
 // The first pass meets what the user wrote and expands all of it. What later passes meet came out
 // of fetched values. After 10,000 replacements of that kind, or when the texts that they were made
@@ -30,6 +27,6 @@ namespace Orvanta_OvWallet {
 // what the client library throws when it is asked for a value's bytes or is to free them, with its
 // own message alone, and what the text's insert throws. The text is then of no use; every fetched
 // value is freed.
-void expandMacros(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url);
+void expandReferences(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url);
 
 }  // namespace Orvanta_OvWallet

@@ -1,12 +1,11 @@
-#include "substitution/macroExpansion.h"
+#include "substitution/referenceExpansion.h"
 
-#include <algorithm>
 #include <optional>
+#include <span>
 #include <string>
-#include <string_view>
 #include <utility>
 
-#include "substitution/MacroName.h"
+#include "substitution/walletReference.h"
 #include "support/OvWalletException.h"
 #include "support/formatMessage.h"
 #include "wallet/WalletOwner.h"
@@ -20,17 +19,11 @@ constexpr const char* kCannotGetValue =
 constexpr const char* kEndless =
     "Orvanta Wallet references in credential information lead back to themselves.";
 
-constexpr std::string_view kKeyword = "$ovwallet";
 constexpr int kMostNestedReplacements = 10'000;
 constexpr std::uint64_t kMostNestedWork = std::uint64_t{4} << 30;
 
-std::optional<std::size_t> findKeyword(const SecureByteVector& text, std::size_t start) {
-    const std::uint8_t* const found =
-        std::search(text.begin() + start, text.end(), kKeyword.begin(), kKeyword.end());
-    if (found == text.end()) {
-        return std::nullopt;
-    }
-    return static_cast<std::size_t>(found - text.begin());
+std::span<const std::uint8_t> bytesOf(const SecureByteVector& text) {
+    return {text.begin(), text.end()};
 }
 
 LockedUTF8Vector* fetchValue(Wallet* wallet, const std::string& entryName) {
@@ -69,32 +62,15 @@ class NestedReplacements {
     std::uint64_t work_ = 0;
 };
 
-struct Reference {
-    std::string entryName;
-    const std::uint8_t* end;
-};
-
-// The reference whose keyword ends at keywordEnd. A long name counts before it is made.
-Reference readReference(const SecureByteVector& text, const std::uint8_t* keywordEnd,
-                        const JdbcUrlParts& url, NestedReplacements& nested) {
-    if (keywordEnd != text.end() && *keywordEnd == '(') {
-        if (const auto name = findMacroName({keywordEnd + 1, text.end()}, url.databaseId)) {
-            nested.add(0, name->size);
-            return {entryNameOf(*name, url.databaseId), name->end};
-        }
-    }
-    std::string defaultEntry = "com.orvanta.";
-    defaultEntry.append(url.logonMechanism.begin, url.logonMechanism.end);
-    return {std::move(defaultEntry), keywordEnd};
-}
-
-// Returns the offset just behind the inserted value.
-std::size_t replaceMacro(SecureByteVector& text, std::size_t offset, Wallet* wallet,
-                         const JdbcUrlParts& url, NestedReplacements& nested) {
+// Returns the offset just after the inserted value. The work is counted before it is done: the text
+// before its reference is read, the name before it is made.
+std::size_t replaceReference(SecureByteVector& text, std::size_t keyword, Wallet* wallet,
+                             const JdbcUrlParts& url, NestedReplacements& nested) {
     nested.add(1, text.size());
-    std::uint8_t* const macro = text.begin() + offset;
-    const Reference reference = readReference(text, macro + kKeyword.size(), url, nested);
-    OwnedLockedUTF8Vector value(fetchValue(wallet, reference.entryName));
+    const WalletReference reference = readReference(bytesOf(text), keyword, url);
+    nested.add(0, reference.entryNameSize);
+    const std::string entryName = entryNameOf(reference, url);
+    OwnedLockedUTF8Vector value(fetchValue(wallet, entryName));
     if (value.get() == nullptr) {
         throwNoValue();
     }
@@ -105,21 +81,21 @@ std::size_t replaceMacro(SecureByteVector& text, std::size_t offset, Wallet* wal
     if (bytes == nullptr && size != 0) {
         throwNoValue();
     }
-    text.erase(macro, macro + (reference.end - macro));
-    text.insert(text.begin() + offset, bytes, bytes + size);
+    text.erase(text.begin() + reference.begin, text.begin() + reference.end);
+    text.insert(text.begin() + reference.begin, bytes, bytes + size);
     value.free();
-    return offset + size;
+    return reference.begin + size;
 }
 
 }  // namespace
 
-void expandMacros(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url) {
+void expandReferences(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url) {
     std::size_t start = 0;
     NestedReplacements nested;
     for (;;) {
-        const std::optional<std::size_t> keyword = findKeyword(text, start);
+        const std::optional<std::size_t> keyword = findKeyword(bytesOf(text), start);
         if (keyword) {
-            start = replaceMacro(text, *keyword, wallet, url, nested);
+            start = replaceReference(text, *keyword, wallet, url, nested);
         } else if (start != 0) {
             start = 0;
             nested.beginNextPass();

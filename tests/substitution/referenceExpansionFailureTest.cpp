@@ -6,14 +6,14 @@
 
 #include "doubles/FailingHeap.h"
 #include "doubles/ProcessLockWatch.h"
-#include "substitution/MacroExpansionFixture.h"
+#include "substitution/ReferenceExpansionFixture.h"
 
 namespace Orvanta_OvWallet {
 namespace {
 
 using PrivateStuff::walletFunctions;
 
-TEST_F(MacroExpansion, NoValueAtAllIsAFailure) {
+TEST_F(ReferenceExpansion, NoValueAtAllIsAFailure) {
     fetch = [](const std::string&, LockedUTF8Vector** value) -> WalletError* {
         *value = nullptr;
         return nullptr;
@@ -23,7 +23,7 @@ TEST_F(MacroExpansion, NoValueAtAllIsAFailure) {
               "returned");
 }
 
-TEST_F(MacroExpansion, AValueThatHasASizeButNoBytesIsAFailure) {
+TEST_F(ReferenceExpansion, AValueThatHasASizeButNoBytesIsAFailure) {
     fetch = [](const std::string&, LockedUTF8Vector** value) -> WalletError* {
         *value = valueOf("v");
         walletFunctions().OvWallet_getPtrLockedUTF8Vector = [](LockedUTF8Vector*) -> std::uint8_t* {
@@ -36,7 +36,7 @@ TEST_F(MacroExpansion, AValueThatHasASizeButNoBytesIsAFailure) {
               "returned");
 }
 
-TEST_F(MacroExpansion, AnEmptyValueNeedsNoBytes) {
+TEST_F(ReferenceExpansion, AnEmptyValueNeedsNoBytes) {
     fetch = [](const std::string&, LockedUTF8Vector** value) -> WalletError* {
         *value = valueOf("");
         walletFunctions().OvWallet_getPtrLockedUTF8Vector = [](LockedUTF8Vector*) -> std::uint8_t* {
@@ -47,20 +47,20 @@ TEST_F(MacroExpansion, AnEmptyValueNeedsNoBytes) {
     EXPECT_EQ(expanded("a$ovwallet(a)b"), "ab");
 }
 
-TEST_F(MacroExpansion, AMissingEntryIsReportedInTheWalletsWords) {
+TEST_F(ReferenceExpansion, AMissingEntryIsReportedInTheWalletsWords) {
     EXPECT_EQ(expanded("$ovwallet(none)"),
               "failed: Attempt to get value from Orvanta Wallet failed because: There is no string "
               "named \"none\" in the wallet.");
     EXPECT_EQ(sandbox_.counter("calls.OvWallet_freeError"), 1);
 }
 
-TEST_F(MacroExpansion, TheWalletsWordsAreNotReadAsATemplate) {
+TEST_F(ReferenceExpansion, TheWalletsWordsAreNotReadAsATemplate) {
     sandbox_.failCall("OvWallet_getStringValue", 1, "100%s %d %");
     EXPECT_EQ(expanded("$ovwallet(a)"),
               "failed: Attempt to get value from Orvanta Wallet failed because: 100%s %d %");
 }
 
-TEST_F(MacroExpansion, AWalletWithoutWordsIsReportedToo) {
+TEST_F(ReferenceExpansion, AWalletWithoutWordsIsReportedToo) {
     fetch = [](const std::string&, LockedUTF8Vector**) {
         walletFunctions().OvWallet_getErrorDescription = [](WalletError*) -> const char* {
             return nullptr;
@@ -72,7 +72,7 @@ TEST_F(MacroExpansion, AWalletWithoutWordsIsReportedToo) {
               "failed: Attempt to get value from Orvanta Wallet failed because: unknown error");
 }
 
-TEST_F(MacroExpansion, TheFirstFailureEndsTheExpansion) {
+TEST_F(ReferenceExpansion, TheFirstFailureEndsTheExpansion) {
     sandbox_.add("a", "A");
     EXPECT_EQ(expanded("$ovwallet(a)$ovwallet(none)$ovwallet(a)"),
               "failed: Attempt to get value from Orvanta Wallet failed because: There is no string "
@@ -80,7 +80,7 @@ TEST_F(MacroExpansion, TheFirstFailureEndsTheExpansion) {
     EXPECT_EQ(sandbox_.takeAsked(), (Names{"a", "none"}));
 }
 
-TEST_F(MacroExpansion, AClientLibraryThatThrowsIsReportedInItsWords) {
+TEST_F(ReferenceExpansion, AClientLibraryThatThrowsIsReportedInItsWords) {
     sandbox_.throwFromCalls("OvWallet_getStringValue", 1);
     EXPECT_EQ(expanded("$ovwallet(a)"),
               "failed: Attempt to get value from Orvanta Wallet failed because: the client library "
@@ -88,7 +88,7 @@ TEST_F(MacroExpansion, AClientLibraryThatThrowsIsReportedInItsWords) {
 }
 
 // What the client library did not free is its own, and so is the reference for it.
-TEST_F(MacroExpansion, AValueThatCannotBeFreedIsReported) {
+TEST_F(ReferenceExpansion, AValueThatCannotBeFreedIsReported) {
     sandbox_.add("a", "A");
     sandbox_.throwFromCalls("OvWallet_freeLockedUTF8Vector", 1);
     EXPECT_EQ(expanded("$ovwallet(a)$ovwallet(a)"), "failed: the client library threw");
@@ -96,7 +96,7 @@ TEST_F(MacroExpansion, AValueThatCannotBeFreedIsReported) {
     heldAtEnd_ = "live.locked_vectors 1\nreferences to the library\n";
 }
 
-TEST_F(MacroExpansion, WithoutMemoryItFailsAndHoldsNothing) {
+TEST_F(ReferenceExpansion, WithoutMemoryItFailsAndHoldsNothing) {
     // Long enough to outgrow the text; the memory of the first expansions is kept for later ones.
     sandbox_.add("a", std::string(500, 'v'));
     Wallet* made = nullptr;
@@ -111,7 +111,7 @@ TEST_F(MacroExpansion, WithoutMemoryItFailsAndHoldsNothing) {
         {
             const FailingHeap heap(k);
             try {
-                expandMacros(*bytes, wallet.get(), {});
+                expandReferences(*bytes, wallet.get(), {});
             } catch (const std::exception&) {
                 ++failures;
             }
@@ -130,7 +130,7 @@ TEST_F(MacroExpansion, WithoutMemoryItFailsAndHoldsNothing) {
 
 // ---- What is held while the wallet is asked.
 
-TEST_F(MacroExpansion, TheLockIsNotHeldWhileTheWalletIsAsked) {
+TEST_F(ReferenceExpansion, TheLockIsNotHeldWhileTheWalletIsAsked) {
     const ProcessLockWatch lock;
     std::vector<bool> heldAtFetch;
     fetch = [&](const std::string&, LockedUTF8Vector** value) -> WalletError* {
@@ -143,7 +143,7 @@ TEST_F(MacroExpansion, TheLockIsNotHeldWhileTheWalletIsAsked) {
     EXPECT_FALSE(lock.isHeld());
 }
 
-TEST_F(MacroExpansion, OneValueIsFreedBeforeTheNextIsFetched) {
+TEST_F(ReferenceExpansion, OneValueIsFreedBeforeTheNextIsFetched) {
     std::vector<std::int64_t> live;
     fetch = [&](const std::string&, LockedUTF8Vector** value) -> WalletError* {
         live.push_back(sandbox_.counter("live.locked_vectors"));
@@ -169,25 +169,25 @@ void fetchChainOf(int references) {
 constexpr const char* kEndless =
     "failed: Orvanta Wallet references in credential information lead back to themselves.";
 
-TEST_F(MacroExpansion, TenThousandNestedReplacementsAreMade) {
+TEST_F(ReferenceExpansion, TenThousandNestedReplacementsAreMade) {
     fetchChainOf(10'000);
     EXPECT_EQ(expanded("$ovwallet(a)"), "end");
     EXPECT_EQ(fetches, 10'001);
 }
 
-TEST_F(MacroExpansion, TheNextNestedReplacementIsRefusedBeforeItIsFetched) {
+TEST_F(ReferenceExpansion, TheNextNestedReplacementIsRefusedBeforeItIsFetched) {
     fetchChainOf(10'001);
     EXPECT_EQ(expanded("$ovwallet(a)"), kEndless);
     EXPECT_EQ(fetches, 10'001);
 }
 
-TEST_F(MacroExpansion, NestedReplacementsAreCountedOverAllReferencesTogether) {
+TEST_F(ReferenceExpansion, NestedReplacementsAreCountedOverAllReferencesTogether) {
     sandbox_.add("self", "$ovwallet(self)");
     EXPECT_EQ(expanded("$ovwallet(self)$ovwallet(self)$ovwallet(self)"), kEndless);
     EXPECT_EQ(sandbox_.takeAsked().size(), 10'003U);
 }
 
-TEST_F(MacroExpansion, WhatTheUserWroteIsNotCounted) {
+TEST_F(ReferenceExpansion, WhatTheUserWroteIsNotCounted) {
     constexpr std::size_t kReferences = 10'500;
     sandbox_.add("a", "v");
     std::string text;
@@ -198,14 +198,14 @@ TEST_F(MacroExpansion, WhatTheUserWroteIsNotCounted) {
     EXPECT_EQ(sandbox_.takeAsked().size(), kReferences);
 }
 
-TEST_F(MacroExpansion, EachTextIsCountedForItself) {
+TEST_F(ReferenceExpansion, EachTextIsCountedForItself) {
     fetchChainOf(10'000);
     EXPECT_EQ(expanded("$ovwallet(a)"), "end");
     fetchChainOf(10'000);
     EXPECT_EQ(expanded("$ovwallet(a)"), "end");
 }
 
-TEST_F(MacroExpansion, ATextThatDoublesWithEachPassIsRefused) {
+TEST_F(ReferenceExpansion, ATextThatDoublesWithEachPassIsRefused) {
     sandbox_.add("double", "$ovwallet(double)$ovwallet(double)");
     EXPECT_EQ(expanded("$ovwallet(double)"), kEndless);
     EXPECT_EQ(sandbox_.takeAsked().size(), 10'001U);
@@ -226,13 +226,13 @@ void fetchLongTextWith(std::size_t references) {
     };
 }
 
-TEST_F(MacroExpansion, NestedReplacementsInLongTextsAreMade) {
+TEST_F(ReferenceExpansion, NestedReplacementsInLongTextsAreMade) {
     fetchLongTextWith(4096);
     EXPECT_EQ(expanded("$ovwallet(a)").size(), 1069050U - 4096 * 10);
     EXPECT_EQ(fetches, 1 + 4096);
 }
 
-TEST_F(MacroExpansion, NestedReplacementsInLongTextsAreRefusedEarlier) {
+TEST_F(ReferenceExpansion, NestedReplacementsInLongTextsAreRefusedEarlier) {
     fetchLongTextWith(4097);
     EXPECT_EQ(expanded("$ovwallet(a)"), kEndless);
     EXPECT_EQ(fetches, 1 + 4096);
@@ -240,7 +240,7 @@ TEST_F(MacroExpansion, NestedReplacementsInLongTextsAreRefusedEarlier) {
 
 // So may their names: with many database ids in it a name is far longer than its text. It is
 // refused before there is memory for it.
-TEST_F(MacroExpansion, NamesOfNestedReplacementsCountToo) {
+TEST_F(ReferenceExpansion, NamesOfNestedReplacementsCountToo) {
     databaseId_.assign(std::size_t{1} << 20, 'd');
     std::string nested = "$ovwallet(";
     for (int i = 0; i < 4096; ++i) {

@@ -11,7 +11,7 @@
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/SandboxWallet.h"
 #include "substitution/ExactBytes.h"
-#include "substitution/macroExpansion.h"
+#include "substitution/referenceExpansion.h"
 #include "wallet/WalletFunctionPointers.h"
 #include "wallet/WalletOwner.h"
 
@@ -33,11 +33,11 @@ inline LockedUTF8Vector* valueOf(const std::string& text) {
     return value;
 }
 
-class MacroExpansion : public ::testing::Test {
+class ReferenceExpansion : public ::testing::Test {
   protected:
-    MacroExpansion() { linkInstallation(sandboxBase()); }
+    ReferenceExpansion() { linkInstallation(sandboxBase()); }
 
-    ~MacroExpansion() override { EXPECT_EQ(sandbox_.held(), heldAtEnd_); }
+    ~ReferenceExpansion() override { EXPECT_EQ(sandbox_.held(), heldAtEnd_); }
 
     // The text expanded with a wallet of its own, or "failed: " and why.
     std::string expanded(const std::string& text) {
@@ -50,7 +50,7 @@ class MacroExpansion : public ::testing::Test {
         SecureByteVector bytes(0);
         insert(bytes, text);
         try {
-            expandMacros(bytes, wallet.get(), {id.range(), mechanism.range()});
+            expandReferences(bytes, wallet.get(), {id.span(), mechanism.span()});
         } catch (const std::exception& failure) {
             return std::string("failed: ") + failure.what();
         }

@@ -10,7 +10,7 @@
 #include "fuzz/FuzzInput.h"
 #include "fuzz/Reached.h"
 #include "fuzz/WalletDouble.h"
-#include "substitution/macroExpansion.h"
+#include "substitution/referenceExpansion.h"
 #include "support/OvWalletException.h"
 #include "wallet/WalletOwner.h"
 
@@ -189,7 +189,7 @@ Outcome runProduct(const std::string& text) {
     const std::string id = kDatabaseId;
     JdbcUrlParts url;
     const auto* const idBytes = reinterpret_cast<const std::uint8_t*>(id.data());
-    url.databaseId = {idBytes, idBytes + id.size()};
+    url.databaseId = {idBytes, id.size()};
     Wallet* handle = nullptr;
     REQUIRE(OvWalletFactory_generateOvWalletV1(&handle) == nullptr);
     const OwnedWallet wallet(handle);
@@ -197,7 +197,7 @@ Outcome runProduct(const std::string& text) {
     const auto* const first = reinterpret_cast<const std::uint8_t*>(text.data());
     bytes.insert(bytes.begin(), first, first + text.size());
     try {
-        expandMacros(bytes, wallet.get(), url);
+        expandReferences(bytes, wallet.get(), url);
         outcome.text.assign(bytes.begin(), bytes.end());
     } catch (const utf8::exception& failure) {
         outcome.failure = failure.what();

@@ -1,29 +1,29 @@
-#include "substitution/macroExpansion.h"
+#include "substitution/referenceExpansion.h"
 
 #include <gtest/gtest.h>
 
-#include "substitution/MacroExpansionFixture.h"
+#include "substitution/ReferenceExpansionFixture.h"
 
 namespace Orvanta_OvWallet {
 namespace {
 
 using namespace std::string_literals;
 
-TEST_F(MacroExpansion, TextWithoutKeywordStaysAndNothingIsFetched) {
+TEST_F(ReferenceExpansion, TextWithoutKeywordStaysAndNothingIsFetched) {
     for (const std::string text : {"", "plain", "$ovwalle", "$OVWALLET(a)", "ovwallet(a)", "$"}) {
         EXPECT_EQ(expanded(text), text);
     }
     EXPECT_EQ(sandbox_.takeAsked(), Names{});
 }
 
-TEST_F(MacroExpansion, ANameInParenthesesIsReplacedWithThem) {
+TEST_F(ReferenceExpansion, ANameInParenthesesIsReplacedWithThem) {
     sandbox_.add("db.pw", "secret");
     EXPECT_EQ(expanded("$ovwallet(db.pw)"), "secret");
     EXPECT_EQ(expanded("x$ovwallet(db.pw)y"), "xsecrety");
     EXPECT_EQ(sandbox_.takeAsked(), (Names{"db.pw", "db.pw"}));
 }
 
-TEST_F(MacroExpansion, ABareKeywordStandsForTheDefaultEntry) {
+TEST_F(ReferenceExpansion, ABareKeywordStandsForTheDefaultEntry) {
     sandbox_.add("com.orvanta.OV2", "secret");
     EXPECT_EQ(expanded("x$ovwalletY"), "xsecretY");
     EXPECT_EQ(expanded("$ovwallet"), "secret");
@@ -32,7 +32,7 @@ TEST_F(MacroExpansion, ABareKeywordStandsForTheDefaultEntry) {
               (Names{"com.orvanta.OV2", "com.orvanta.OV2", "com.orvanta.OV2"}));
 }
 
-TEST_F(MacroExpansion, TheDefaultEntryIsNamedForTheLogonMechanism) {
+TEST_F(ReferenceExpansion, TheDefaultEntryIsNamedForTheLogonMechanism) {
     sandbox_.add("com.orvanta.LDAP", "l");
     sandbox_.add("com.orvanta.", "n");
     logonMechanism_ = "LDAP";
@@ -41,7 +41,7 @@ TEST_F(MacroExpansion, TheDefaultEntryIsNamedForTheLogonMechanism) {
     EXPECT_EQ(expanded("$ovwallet"), "n");
 }
 
-TEST_F(MacroExpansion, OfANameThatIsNeverClosedOnlyTheKeywordIsReplaced) {
+TEST_F(ReferenceExpansion, OfANameThatIsNeverClosedOnlyTheKeywordIsReplaced) {
     sandbox_.add("com.orvanta.OV2", "secret");
     EXPECT_EQ(expanded("$ovwallet(abc"), "secret(abc");
     EXPECT_EQ(expanded("$ovwallet("), "secret(");
@@ -53,7 +53,7 @@ TEST_F(MacroExpansion, OfANameThatIsNeverClosedOnlyTheKeywordIsReplaced) {
     EXPECT_EQ(sandbox_.takeAsked(), Names(7, "com.orvanta.OV2"));
 }
 
-TEST_F(MacroExpansion, EscapesAndTheDatabaseIdMakeUpTheEntryName) {
+TEST_F(ReferenceExpansion, EscapesAndTheDatabaseIdMakeUpTheEntryName) {
     sandbox_.add("a)b", "1");
     sandbox_.add("a\\qb", "2");
     sandbox_.add("a$b", "3");
@@ -63,19 +63,19 @@ TEST_F(MacroExpansion, EscapesAndTheDatabaseIdMakeUpTheEntryName) {
     EXPECT_EQ(sandbox_.takeAsked(), (Names{"a%29b", "a%5Cqb", "a%24b", "pw_dbhost"}));
 }
 
-TEST_F(MacroExpansion, AnEmptyDatabaseIdAddsNothing) {
+TEST_F(ReferenceExpansion, AnEmptyDatabaseIdAddsNothing) {
     sandbox_.add("pw_", "secret");
     databaseId_ = "";
     EXPECT_EQ(expanded("$ovwallet(pw_$(ovpid))"), "secret");
 }
 
-TEST_F(MacroExpansion, TheWalletTakesANameUpToItsFirstNul) {
+TEST_F(ReferenceExpansion, TheWalletTakesANameUpToItsFirstNul) {
     sandbox_.add("a", "secret");
     EXPECT_EQ(expanded("$ovwallet(a\0b)"s), "secret");
     EXPECT_EQ(sandbox_.takeAsked(), Names{"a"});
 }
 
-TEST_F(MacroExpansion, AnUnsupportedSubMacroFailsAndNothingIsFetched) {
+TEST_F(ReferenceExpansion, AnUnsupportedMacroFailsAndNothingIsFetched) {
     EXPECT_EQ(expanded("$ovwallet($(user))"),
               "failed: Unsupported replacement macro, \"$(user)\", found in credential "
               "information.");
@@ -86,11 +86,11 @@ TEST_F(MacroExpansion, AnUnsupportedSubMacroFailsAndNothingIsFetched) {
 }
 
 // The message is text, and text is UTF-8.
-TEST_F(MacroExpansion, AnUnsupportedSubMacroThatIsNoTextFailsAllTheSame) {
+TEST_F(ReferenceExpansion, AnUnsupportedMacroThatIsNoTextFailsAllTheSame) {
     EXPECT_EQ(expanded("$ovwallet($(\xff))"), "failed: Invalid UTF-8");
 }
 
-TEST_F(MacroExpansion, SeveralReferencesAreReplacedFromLeftToRight) {
+TEST_F(ReferenceExpansion, SeveralReferencesAreReplacedFromLeftToRight) {
     sandbox_.add("a", "long value");
     sandbox_.add("b", "");
     sandbox_.add("c", "z");
@@ -100,7 +100,7 @@ TEST_F(MacroExpansion, SeveralReferencesAreReplacedFromLeftToRight) {
 
 // ---- Values that are expanded in turn.
 
-TEST_F(MacroExpansion, TheScanGoesOnBehindAValueAndOnlyThenStartsAgain) {
+TEST_F(ReferenceExpansion, TheScanGoesOnBehindAValueAndOnlyThenStartsAgain) {
     sandbox_.add("a", "$ovwallet(c)");
     sandbox_.add("b", "$ovwallet(d)");
     sandbox_.add("c", "C$ovwallet(e)");
@@ -110,7 +110,7 @@ TEST_F(MacroExpansion, TheScanGoesOnBehindAValueAndOnlyThenStartsAgain) {
     EXPECT_EQ(sandbox_.takeAsked(), (Names{"a", "b", "c", "d", "e"}));
 }
 
-TEST_F(MacroExpansion, AValueCompletesAKeywordWithWhatFollows) {
+TEST_F(ReferenceExpansion, AValueCompletesAKeywordWithWhatFollows) {
     sandbox_.add("half", "$ovwal");
     sandbox_.add("whole", "$ovwallet");
     sandbox_.add("b", "B");
@@ -119,21 +119,21 @@ TEST_F(MacroExpansion, AValueCompletesAKeywordWithWhatFollows) {
     EXPECT_EQ(sandbox_.takeAsked(), (Names{"half", "b", "whole", "b"}));
 }
 
-TEST_F(MacroExpansion, AValueCompletesAKeywordWithWhatStandsBefore) {
+TEST_F(ReferenceExpansion, AValueCompletesAKeywordWithWhatStandsBefore) {
     sandbox_.add("half", "allet(b)");
     sandbox_.add("b", "B");
     EXPECT_EQ(expanded("$ovw$ovwallet(half)"), "B");
     EXPECT_EQ(sandbox_.takeAsked(), (Names{"half", "b"}));
 }
 
-TEST_F(MacroExpansion, AnEmptyValueJoinsItsSurroundings) {
+TEST_F(ReferenceExpansion, AnEmptyValueJoinsItsSurroundings) {
     sandbox_.add("empty", "");
     sandbox_.add("com.orvanta.OV2", "secret");
     EXPECT_EQ(expanded("$ovw$ovwallet(empty)allet"), "secret");
     EXPECT_EQ(sandbox_.takeAsked(), (Names{"empty", "com.orvanta.OV2"}));
 }
 
-TEST_F(MacroExpansion, AValueClosesANameWithWhatFollows) {
+TEST_F(ReferenceExpansion, AValueClosesANameWithWhatFollows) {
     sandbox_.add("com.orvanta.OV2", "$ovwallet(");
     sandbox_.add("b", "B");
     EXPECT_EQ(expanded("$ovwalletb)"), "B");
@@ -141,18 +141,18 @@ TEST_F(MacroExpansion, AValueClosesANameWithWhatFollows) {
 
 // ---- Values of any bytes and sizes.
 
-TEST_F(MacroExpansion, AnEmptyValueMayComeWithANullPointer) {
+TEST_F(ReferenceExpansion, AnEmptyValueMayComeWithANullPointer) {
     sandbox_.add("empty", "");
     EXPECT_EQ(expanded("$ovwallet(empty)"), "");
     EXPECT_EQ(expanded("x$ovwallet(empty)y"), "xy");
 }
 
-TEST_F(MacroExpansion, NulBytesAreOrdinaryBytes) {
+TEST_F(ReferenceExpansion, NulBytesAreOrdinaryBytes) {
     sandbox_.add("nul", "\0a\0"s);
     EXPECT_EQ(expanded("\0$ovwallet(nul)\0"s), "\0\0a\0\0"s);
 }
 
-TEST_F(MacroExpansion, EveryByteOfAValueIsKept) {
+TEST_F(ReferenceExpansion, EveryByteOfAValueIsKept) {
     std::string all;
     for (int value = 0; value < 256; ++value) {
         all.push_back(static_cast<char>(value));
@@ -161,7 +161,7 @@ TEST_F(MacroExpansion, EveryByteOfAValueIsKept) {
     EXPECT_EQ(expanded("<$ovwallet(all)>"), "<" + all + ">");
 }
 
-TEST_F(MacroExpansion, AValueMayBeMuchLongerThanTheText) {
+TEST_F(ReferenceExpansion, AValueMayBeMuchLongerThanTheText) {
     const std::string value(100'000, 'v');
     sandbox_.add("long", value);
     EXPECT_EQ(expanded("<$ovwallet(long)>"), "<" + value + ">");
