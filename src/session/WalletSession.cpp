@@ -2,13 +2,10 @@
 
 #include "jni/PendingException.h"
 #include "session/installationLink.h"
-#include "wallet/WalletApi.h"
 #include "wallet/WalletOwner.h"
 
 namespace Orvanta_OvWallet {
 namespace {
-
-constexpr const char* kCannotUseWallet = "Attempt to use Orvanta Wallet failed because: %s";
 
 constexpr const char* kJobContext = "org/apache/hadoop/mapreduce/JobContext";
 constexpr const char* kPlugInConfiguration =
@@ -42,15 +39,6 @@ jobject utf8CharsetOf(JNIEnv* env, jclass charsetsClass) {
         env->GetStaticFieldID(charsetsClass, "UTF_8", "Ljava/nio/charset/Charset;");
     raiseIfPending(env);
     return env->GetStaticObjectField(charsetsClass, field);
-}
-
-Wallet* openWallet() {
-    Wallet* wallet = nullptr;
-    WalletError* const error = OvWalletFactory_generateOvWalletV1(&wallet);
-    if (error != nullptr) {
-        throwWalletError(kCannotUseWallet, error);
-    }
-    return wallet;
 }
 
 }  // namespace

@@ -5,6 +5,11 @@
 #include "wallet/inOwnWords.h"
 
 namespace Orvanta_OvWallet {
+namespace {
+
+constexpr const char* kCannotUseWallet = "Attempt to use Orvanta Wallet failed because: %s";
+
+}  // namespace
 
 void throwWalletError(const char* messageTemplate, WalletError* error) {
     const OwnedWalletError owner(error);
@@ -12,6 +17,15 @@ void throwWalletError(const char* messageTemplate, WalletError* error) {
         inOwnWords([error] { return OvWallet_getErrorDescription(error); });
     throw OvWalletException(
         formatMessage(messageTemplate, description == nullptr ? "unknown error" : description));
+}
+
+Wallet* openWallet() {
+    Wallet* wallet = nullptr;
+    WalletError* const error = OvWalletFactory_generateOvWalletV1(&wallet);
+    if (error != nullptr) {
+        throwWalletError(kCannotUseWallet, error);
+    }
+    return wallet;
 }
 
 }  // namespace Orvanta_OvWallet

@@ -48,4 +48,9 @@ using OwnedWalletError = WalletOwner<WalletError, OvWallet_freeError>;
 // describing it, its own message is all there is.
 [[noreturn]] void throwWalletError(const char* messageTemplate, WalletError* error);
 
+// Opens the wallet of the effective user, loading the client library when nothing keeps it loaded.
+// The caller frees the wallet, best through an OwnedWallet; it may be null. Throws
+// OvWalletException "Attempt to use Orvanta Wallet failed because: TEXT".
+Wallet* openWallet();
+
 }  // namespace Orvanta_OvWallet

@@ -158,5 +158,24 @@ TEST_F(WalletOwnerTest, FreesTheErrorWhenItsDescriptionCannotBeRead) {
         ElementsAre("lock fails", "lock", "call OvWallet_freeError(0x22)", "dlclose", "unlock"));
 }
 
+TEST_F(WalletOwnerTest, OpensAWalletThroughTheFactory) {
+    EXPECT_EQ(openWallet(), nullptr);
+    EXPECT_THAT(library_.takeEvents(),
+                ElementsAre("lock", testing::StartsWith("call OvWalletFactory_generateOvWalletV1("),
+                            "unlock"));
+}
+
+TEST_F(WalletOwnerTest, SaysWhyNoWalletCanBeOpenedAndFreesTheError) {
+    library_.error = kError;
+    library_.text = "text";
+    try {
+        openWallet();
+        FAIL() << "nothing was thrown";
+    } catch (const OvWalletException& exception) {
+        EXPECT_STREQ(exception.what(), "Attempt to use Orvanta Wallet failed because: text");
+    }
+    EXPECT_THAT(library_.takeEvents(), testing::Contains("call OvWallet_freeError(0x22)"));
+}
+
 }  // namespace
 }  // namespace Orvanta_OvWallet
