@@ -4,16 +4,13 @@
 #include <cstdlib>
 #include <utility>
 
-#include "session/CurrentDirectory.h"
 #include "session/helperExecutable.h"
-#include "session/symbolicLink.h"
-#include "support/canonicalPath.h"
+#include "session/pathnames.h"
+#include "session/walletFiles.h"
 #include "support/errnoText.h"
 
 namespace Orvanta_OvWallet {
 namespace {
-
-constexpr const char* kLinkName = "ovwalletdir";
 
 // A pathname, or why there is none: exactly one of the two is filled.
 struct Found {
@@ -46,40 +43,30 @@ class SearchPath {
     std::string remaining_;
 };
 
-// Follows the links of an existing entry to the file at their end. ENOENT for the first one is left
-// to the caller, who may know another place to look.
-struct ChainEnd {
-    bool firstMissing;
-    Found found;
-};
-
-// Deliberate: any number of links is followed, so links in a cycle keep the caller here for ever.
-ChainEnd followChain(const std::string& moduleName, std::string pathname) {
-    for (bool first = true;; first = false) {
-        const SymbolicLink link = readSymbolicLink(pathname);
-        if (link.errnum == EINVAL) {
-            return {false, {std::move(pathname), {}}};
-        }
-        if (link.errnum == ENOENT) {
-            return {first, failure("\"" + moduleName + "\" does not name an existing file.")};
-        }
-        if (link.errnum != 0) {
-            return {false, failure("A failure accessing \"" + pathname +
-                                   "\" occurred (errno = " + errnoText(link.errnum) + ").")};
-        }
-        if (link.text.empty()) {
-            return {false, failure("The symbolic link at \"" + pathname + "\" is empty.")};
-        }
-        pathname = linkTarget(pathname, link.text);
+// The file at the end of a walk that has begun at the module's name.
+Found fileAtEndOf(LinkWalk& walk, const std::string& moduleName) {
+    walk.followToEnd();
+    if (walk.isAtFile()) {
+        return {walk.pathname(), {}};
     }
+    const int errnum = walk.link().errnum;
+    if (errnum == 0) {
+        return failure("The symbolic link at \"" + walk.pathname() + "\" is empty.");
+    }
+    if (errnum == ENOENT) {
+        return failure("\"" + moduleName + "\" does not name an existing file.");
+    }
+    return failure("A failure accessing \"" + walk.pathname() +
+                   "\" occurred (errno = " + errnoText(errnum) + ").");
 }
 
 // Deliberate: an empty element of "PATH" stands for the root directory, not the current one.
 Found findInSearchPath(const std::string& moduleName) {
     for (SearchPath directories; !directories.isExhausted();) {
-        ChainEnd end = followChain(moduleName, directories.takeElement() + "/" + moduleName);
-        if (!end.firstMissing) {
-            return std::move(end.found);
+        LinkWalk walk(directories.takeElement() + "/" + moduleName);
+        // Only an entry that is not there at all sends the search to the next directory.
+        if (walk.link().errnum != ENOENT) {
+            return fileAtEndOf(walk, moduleName);
         }
     }
     return failure("Failed to find \"" + moduleName + "\" in directories listed in $PATH.");
@@ -89,7 +76,8 @@ Found findModuleFile(const std::string& moduleName) {
     if (moduleName.find('/') == std::string::npos) {
         return findInSearchPath(moduleName);
     }
-    return followChain(moduleName, moduleName).found;
+    LinkWalk walk(moduleName);
+    return fileAtEndOf(walk, moduleName);
 }
 
 std::string withoutTrailingSlash(std::string directory) {
@@ -117,7 +105,7 @@ std::string shown(const std::string& directory) {
 }
 
 Found findWalletDirectory(const std::string& moduleDir) {
-    const SymbolicLink link = readSymbolicLink(moduleDir + kLinkName);
+    const SymbolicLink link = readSymbolicLink(moduleDir + kWalletLink);
     if (link.errnum == ENOENT) {
         return failure("The ovwalletdir symbolic link is not present in \"" + shown(moduleDir) +
                        "\".");
@@ -134,6 +122,10 @@ Found findWalletDirectory(const std::string& moduleDir) {
 
 }  // namespace
 
+CanonicalPath clientDirectory(const std::string& walletDir) {
+    return canonicalPath(walletDir + "/..");
+}
+
 std::string InstallationLocator(const std::string& moduleName, std::string& clientDir) {
     Found moduleFile = findModuleFile(moduleName);
     if (!moduleFile.message.empty()) {
@@ -143,10 +135,9 @@ std::string InstallationLocator(const std::string& moduleName, std::string& clie
     if (!walletDir.message.empty()) {
         return std::move(walletDir.message);
     }
-    const std::string parent = walletDir.pathname + "/..";
-    const CanonicalPath resolution = canonicalPath(parent);
-    clientDir = resolution.errnum == 0 ? resolution.path : parent;
-    return actsForAnotherUser() ? checkHelperExecutable(clientDir, resolution) : std::string();
+    const CanonicalPath directory = clientDirectory(walletDir.pathname);
+    clientDir = directory.path;
+    return actsForAnotherUser() ? checkHelperExecutable(directory) : std::string();
 }
 
 }  // namespace Orvanta_OvWallet

@@ -8,7 +8,12 @@
 
 #include <string>
 
+#include "session/pathnames.h"
+
 namespace Orvanta_OvWallet {
+
+// The client directory that belongs to a wallet directory.
+CanonicalPath clientDirectory(const std::string& walletDir);
 
 // Returns an empty message and sets clientDir, or returns why the client directory could not be
 // found, as a whole sentence for the user; clientDir then holds nothing of use.

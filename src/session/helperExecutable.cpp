@@ -6,10 +6,10 @@
 #include <array>
 #include <cerrno>
 
+#include "session/walletFiles.h"
 #include "support/NotInstalledException.h"
 #include "support/errnoText.h"
 #include "support/formatMessage.h"
-#include "support/walletVersion.h"
 
 namespace Orvanta_OvWallet {
 namespace {
@@ -26,8 +26,9 @@ bool exists(const std::string& pathname) {
 }
 
 // Deliberate: no blank between "errno =" and the text, here and in the file status message.
-std::string unresolved(const std::string& pathname, int errnum) {
-    return "Cannot resolve pathname " + quoted(pathname) + " (errno =" + errnoText(errnum) + ")";
+std::string unresolved(const CanonicalPath& path) {
+    return "Cannot resolve pathname " + quoted(path.path) + " (errno =" + errnoText(path.errnum) +
+           ")";
 }
 
 struct RequiredBit {
@@ -71,22 +72,19 @@ bool actsForAnotherUser() {
     return ::getuid() != ::geteuid();
 }
 
-std::string checkHelperExecutable(const std::string& clientDir, const CanonicalPath& resolution) {
-    if (resolution.errnum != 0) {
-        std::string message = unresolved(clientDir, resolution.errnum);
-        if (!exists(clientDir)) {
-            throw NotInstalledException(formatMessage(kDirectoryMissing, clientDir.c_str()));
+std::string checkHelperExecutable(const CanonicalPath& clientDir) {
+    if (clientDir.errnum != 0) {
+        std::string message = unresolved(clientDir);
+        if (!exists(clientDir.path)) {
+            throw NotInstalledException(formatMessage(kDirectoryMissing, clientDir.path.c_str()));
         }
         return message;
     }
-    const std::string pathname =
-        clientDir + "/" + kWalletVersion + "/ovwallet/" + kWalletPlatform + "/ovwhelper.exe";
-    const CanonicalPath helper = canonicalPath(pathname);
+    const CanonicalPath helper = canonicalPath(clientFile(clientDir.path, kHelperExecutable));
     if (helper.errnum != 0) {
-        std::string message = unresolved(pathname, helper.errnum);
-        if (!exists(pathname)) {
-            throw NotInstalledException(
-                formatMessage(kWalletMissing, kWalletVersion, pathname.c_str()));
+        std::string message = unresolved(helper);
+        if (!exists(helper.path)) {
+            throwNotInstalled(helper.path);
         }
         return message;
     }
@@ -97,7 +95,7 @@ std::string checkHelperExecutable(const std::string& clientDir, const CanonicalP
                " (errno =" + errnoText(errnum) + ")";
     }
     const std::string message = checkStatus(helper.path, status);
-    return message.empty() ? checkContainment(helper.path, clientDir) : message;
+    return message.empty() ? checkContainment(helper.path, clientDir.path) : message;
 }
 
 }  // namespace Orvanta_OvWallet

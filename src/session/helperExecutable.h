@@ -8,16 +8,15 @@
 
 #include <string>
 
-#include "support/canonicalPath.h"
+#include "session/pathnames.h"
 
 namespace Orvanta_OvWallet {
 
 // Whether the checks are needed: the effective user differs from the real one.
 bool actsForAnotherUser();
 
-// clientDir is the client directory and resolution the outcome of resolving it to its canonical
-// form. Returns an empty message, or one of these (HELPER is the canonical pathname; two have no
-// blank behind "errno ="):
+// Returns an empty message, or one of these (HELPER is the canonical pathname; two have no blank
+// after "errno ="):
 //   Cannot resolve pathname "PATHNAME" (errno =TEXT)
 //   Cannot get file status for "HELPER" (errno =TEXT)
 //   The owner of the "HELPER" file is not as expected.
@@ -29,6 +28,6 @@ bool actsForAnotherUser();
 // Throws NotInstalledException when the directory or the helper is not there at all:
 //   Orvanta Wallet is not installed (cannot access "DIRECTORY")
 //   Orvanta Wallet 14.10 is not installed (cannot access "PATHNAME")
-std::string checkHelperExecutable(const std::string& clientDir, const CanonicalPath& resolution);
+std::string checkHelperExecutable(const CanonicalPath& clientDir);
 
 }  // namespace Orvanta_OvWallet

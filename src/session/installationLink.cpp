@@ -7,6 +7,7 @@
 
 #include "jni/UtfChars.h"
 #include "session/installationSearch.h"
+#include "session/walletFiles.h"
 #include "support/OvWalletException.h"
 #include "support/errnoText.h"
 #include "support/formatMessage.h"
@@ -41,20 +42,23 @@ void establishInstallationLink(JNIEnv* env, jstring privateTempDir) {
     if (linkEstablished) {
         return;
     }
-    createInstallationLink(pathnameOf(env, privateTempDir), kCommandLink, kPackageDatabase);
+    const std::string tempDir = pathnameOf(env, privateTempDir);
+    createLink(plannedLink(tempDir, findInstallation(kCommandLink, kPackageDatabase)));
     linkEstablished = true;
 }
 
-void createInstallationLink(const std::string& tempDir, const std::string& commandLink,
-                            const std::string& packageDatabase) {
-    const std::string clientDir =
-        findInstallation(commandLink, packageDatabase) + "/orvanta/client";
-    const std::string linkName = tempDir + "ovwalletdir";
-    const std::string target = clientDir + "/ovwallet";
-    if (::symlink(target.c_str(), linkName.c_str()) != 0) {
+PlannedLink plannedLink(const std::string& tempDir, const std::string& installation) {
+    return {tempDir + kWalletLink, installation + "/orvanta/client/ovwallet"};
+}
+
+std::string linkFailure(const PlannedLink& link, int errnum) {
+    return formatMessage(kCannotLink, link.pathname.c_str(), errnoText(errnum).c_str());
+}
+
+void createLink(const PlannedLink& link) {
+    if (::symlink(link.target.c_str(), link.pathname.c_str()) != 0) {
         const int errnum = errno;
-        throw OvWalletException(
-            formatMessage(kCannotLink, linkName.c_str(), errnoText(errnum).c_str()));
+        throw OvWalletException(linkFailure(link, errnum));
     }
 }
 

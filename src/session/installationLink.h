@@ -14,19 +14,27 @@
 
 namespace Orvanta_OvWallet {
 
-// Deliberate: the pathname is expected to end in "/" and nothing is put between it and the link's
-// name, so without the "/" the link lies beside the directory instead of in it.
-//
 // Any thread may call; ProcessLock is held throughout, but for the test that finds the set-up done.
-// Throws what findInstallation throws, and OvWalletException
-//   Cannot retrieve the pathname to the private temporary directory.
-//       (null, or the JVM could not tell it; a Java exception may then be pending)
-//   An attempt to create a symbolic link named PATHNAME failed (errno = TEXT)
-//       (also when something of that name is there already: nothing is removed)
+// Throws what findInstallation and createLink throw, and OvWalletException when privateTempDir is
+// null or the JVM could not tell it; a Java exception may then be pending.
 void establishInstallationLink(JNIEnv* env, jstring privateTempDir);
 
-// The same for any pair of places; returns nothing and remembers nothing.
-void createInstallationLink(const std::string& tempDir, const std::string& commandLink,
-                            const std::string& packageDatabase);
+struct PlannedLink {
+    std::string pathname;
+    std::string target;  // the wallet directory
+};
+
+// The link that a job with this private temporary directory makes to this installation.
+//
+// Deliberate: the directory is expected to end in "/" and nothing is put between it and the link's
+// name, so without the "/" the link lies beside the directory instead of in it.
+PlannedLink plannedLink(const std::string& tempDir, const std::string& installation);
+
+// Why the link could not be made.
+std::string linkFailure(const PlannedLink& link, int errnum);
+
+// Throws OvWalletException with linkFailure, also when something of that name is there already:
+// nothing is removed.
+void createLink(const PlannedLink& link);
 
 }  // namespace Orvanta_OvWallet

@@ -2,7 +2,6 @@
 
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <optional>
 #include <set>
 #include <string_view>
@@ -10,11 +9,10 @@
 
 #include "session/DirectoryScanner.h"
 #include "session/LineReader.h"
-#include "session/symbolicLink.h"
+#include "session/pathnames.h"
+#include "session/walletFiles.h"
 #include "support/OvWalletException.h"
-#include "support/canonicalPath.h"
 #include "support/formatMessage.h"
-#include "support/walletVersion.h"
 
 namespace Orvanta_OvWallet {
 namespace {
@@ -23,36 +21,13 @@ constexpr const char* kNotInstalled =
     "The Orvanta Wallet software is not installed; install version %s of the Orvanta Wallet "
     "software (available from %s) in order to use Orvanta Wallet.";
 
-// The pathname of the command's file, or nothing when the links do not lead to one.
-std::optional<std::string> commandFile(std::string pathname) {
-    for (;;) {
-        const SymbolicLink link = readSymbolicLink(pathname);
-        if (link.errnum == EINVAL) {
-            return pathname;
-        }
-        if (link.errnum != 0 || link.text.empty()) {
-            return std::nullopt;
-        }
-        pathname = linkTarget(pathname, link.text);
-    }
-}
-
-std::string baseOfCommand(const std::string& commandFilePathname) {
-    const std::string candidate = directoryPart(commandFilePathname) + "../../../../..";
-    const CanonicalPath canonical = canonicalPath(candidate);
-    return canonical.errnum == 0 ? canonical.path : candidate;
-}
-
-// Deliberate: "ovwallet" without any digit is a package record, too.
-bool isPackageRecord(const std::string& name) {
-    constexpr std::string_view kPrefix = "ovwallet";
-    return name.starts_with(kPrefix) &&
-           name.find_first_not_of("0123456789", kPrefix.size()) == std::string::npos;
-}
-
 bool isDirectory(const std::string& pathname) {
     struct stat status{};
     return ::stat(pathname.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+std::string baseOfCommand(const std::string& commandFile) {
+    return canonicalPath(directoryPart(commandFile) + "../../../../..").path;
 }
 
 std::optional<std::string> baseOfPackages(const std::string& packageDatabase) {
@@ -62,10 +37,9 @@ std::optional<std::string> baseOfPackages(const std::string& packageDatabase) {
         if (!isPackageRecord(name)) {
             continue;
         }
-        LineReader file(packageDatabase + "/" + name + "/inst.dir");
-        const std::optional<std::string> line = file.next();
-        if (line && !line->empty() && isDirectory(*line)) {
-            return line;
+        PackageRecord record = readPackageRecord(packageDatabase + "/" + name);
+        if (record.state == PackageRecord::State::counts) {
+            return std::move(record.base);
         }
     }
     return std::nullopt;
@@ -73,9 +47,28 @@ std::optional<std::string> baseOfPackages(const std::string& packageDatabase) {
 
 }  // namespace
 
+bool isPackageRecord(const std::string& name) {
+    constexpr std::string_view kPrefix = "ovwallet";
+    return name.starts_with(kPrefix) &&
+           name.find_first_not_of("0123456789", kPrefix.size()) == std::string::npos;
+}
+
+PackageRecord readPackageRecord(const std::string& pathname) {
+    using State = PackageRecord::State;
+    LineReader file(pathname + "/inst.dir");
+    std::string base = file.next().value_or("");
+    if (base.empty()) {
+        return {State::hasNoFirstLine, {}};
+    }
+    const State state = isDirectory(base) ? State::counts : State::namesNoDirectory;
+    return {state, std::move(base)};
+}
+
 std::string findInstallation(const std::string& commandLink, const std::string& packageDatabase) {
-    if (const std::optional<std::string> command = commandFile(commandLink)) {
-        return baseOfCommand(*command);
+    LinkWalk command(commandLink);
+    command.followToEnd();
+    if (command.isAtFile()) {
+        return baseOfCommand(command.pathname());
     }
     if (std::optional<std::string> base = baseOfPackages(packageDatabase)) {
         return std::move(*base);

@@ -3,13 +3,11 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include <utility>
-
 #include "session/ModuleLocator.h"
-#include "support/NotInstalledException.h"
-#include "support/canonicalPath.h"
+#include "session/pathnames.h"
+#include "session/walletFiles.h"
+#include "support/OvWalletException.h"
 #include "support/formatMessage.h"
-#include "support/walletVersion.h"
 
 namespace Orvanta_OvWallet::PrivateStuff {
 namespace {
@@ -21,7 +19,7 @@ constexpr const char* kCannotUnload = "Cannot unload the \"%s\" library%s";
     // The loader's text is taken first: what follows may change it.
     const std::string message = loaderMessage(kCannotLoad, path);
     if (::access(path.c_str(), F_OK) != 0) {
-        throw NotInstalledException(formatMessage(kWalletMissing, kWalletVersion, path.c_str()));
+        throwNotInstalled(path);
     }
     throw OvWalletException(message);
 }
@@ -29,12 +27,7 @@ constexpr const char* kCannotUnload = "Cannot unload the \"%s\" library%s";
 }  // namespace
 
 void openLibrary(std::string& path, void*& handle) {
-    path =
-        ModuleLocator() + "/" + kWalletVersion + "/ovwallet/" + kWalletPlatform + "/libovwallet.so";
-    CanonicalPath canonical = canonicalPath(path);
-    if (canonical.errnum == 0) {
-        path = std::move(canonical.path);
-    }
+    path = canonicalPath(clientFile(ModuleLocator(), kClientLibrary)).path;
     handle = ::dlopen(path.c_str(), RTLD_LAZY);
     if (handle == nullptr) {
         throwCannotLoad(path);

@@ -14,7 +14,6 @@
 #include "doubles/FailingHeap.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
-#include "session/CurrentDirectory.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {

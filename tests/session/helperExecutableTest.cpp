@@ -38,9 +38,9 @@ class HelperExecutable : public testing::Test {
 
     // The message; "thrown: " before it when it was thrown as NotInstalledException.
     std::string check() const { return check(canonicalPath(clientDir_)); }
-    std::string check(const CanonicalPath& resolution) const {
+    std::string check(const CanonicalPath& clientDir) const {
         try {
-            return checkHelperExecutable(clientDir_, resolution);
+            return checkHelperExecutable(clientDir);
         } catch (const NotInstalledException& exception) {
             return std::string("thrown: ") + exception.what();
         }
@@ -204,13 +204,13 @@ TEST_F(HelperExecutable, HasNoStatus) {
 
 TEST_F(HelperExecutable, IsNotLookedForWhenTheClientDirectoryCannotBeResolved) {
     failResolution(EIO);
-    EXPECT_EQ(check({EACCES, ""}),
+    EXPECT_EQ(check({EACCES, clientDir_}),
               "Cannot resolve pathname \"" + clientDir_ + "\" (errno =Permission denied)");
 }
 
 TEST_F(HelperExecutable, IsNotLookedForWhenThereIsNoClientDirectory) {
     fs::remove_all(clientDir_);
-    EXPECT_EQ(check({ENOENT, ""}),
+    EXPECT_EQ(check({ENOENT, clientDir_}),
               "thrown: Orvanta Wallet is not installed (cannot access \"" + clientDir_ + "\")");
 }
 

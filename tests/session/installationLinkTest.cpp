@@ -17,6 +17,7 @@
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
 #include "session/OperatingSystemDouble.h"
+#include "session/installationSearch.h"
 #include "support/NotInstalledException.h"
 #include "wallet/ProcessLock.h"
 
@@ -55,8 +56,9 @@ class InstallationLink : public testing::Test {
         return failure;
     }
     std::string create(const std::string& tempDir) {
-        return failureOf(
-            [&] { createInstallationLink(tempDir, "/usr/bin/ovwallet", "/var/lib/rpm"); });
+        return failureOf([&] {
+            createLink(plannedLink(tempDir, findInstallation(kCommandLink, kPackageDatabase)));
+        });
     }
 
     template <typename Action>

@@ -218,6 +218,22 @@ TEST_F(PackageRecords, AreThoseNamedForThePackageAndDigitsInAscendingByteOrder) 
                     packages_ + "/ovwallet1410/inst.dir", packages_ + "/ovwallet9/inst.dir"));
 }
 
+TEST_F(PackageRecords, SayWhetherTheyCountOrWhyNot) {
+    using State = PackageRecord::State;
+    const std::string base = directory("base");
+    const auto expect = [&](const std::string& content, State state, const std::string& found) {
+        record("ovwallet1", content);
+        const PackageRecord read = readPackageRecord(packages_ + "/ovwallet1");
+        EXPECT_EQ(read.state, state) << content;
+        EXPECT_EQ(read.base, found);
+    };
+    EXPECT_EQ(readPackageRecord(packages_ + "/missing").state, State::hasNoFirstLine);
+    expect("", State::hasNoFirstLine, "");
+    expect("\n" + base, State::hasNoFirstLine, "");
+    expect(base + "2\n", State::namesNoDirectory, base + "2");
+    expect(base + "\nmore", State::counts, base);
+}
+
 TEST_F(PackageRecords, AreTakenInByteOrderWithoutComparingVersions) {
     const std::string first = directory("first");
     record("ovwallet9", directory("newer by its digit"));

@@ -5,9 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include "support/formatMessage.h"
-#include "support/walletVersion.h"
-
 namespace Orvanta_OvWallet {
 namespace {
 
@@ -42,11 +39,6 @@ TEST(NotInstalledException, IsToldApartByAHandlerBeforeTheGeneralOne) {
     };
     EXPECT_EQ(handlerOf(NotInstalledException("message")), "not installed");
     EXPECT_EQ(handlerOf(OvWalletException("message")), "failed");
-}
-
-TEST(NotInstalledException, ItsUsualMessageNamesVersionAndPathname) {
-    EXPECT_EQ(formatMessage(kWalletMissing, kWalletVersion, "/opt/client"),
-              "Orvanta Wallet 14.10 is not installed (cannot access \"/opt/client\")");
 }
 
 }  // namespace

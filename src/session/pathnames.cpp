@@ -1,0 +1,91 @@
+#include "session/pathnames.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <utility>
+
+#include "support/OvWalletException.h"
+#include "support/errnoText.h"
+
+namespace Orvanta_OvWallet {
+namespace {
+
+constexpr std::size_t kBufferStep = 4096;
+
+}  // namespace
+
+SymbolicLink readSymbolicLink(const std::string& pathname) {
+    std::string buffer(kBufferStep, '\0');
+    for (;;) {
+        const ssize_t length = ::readlink(pathname.c_str(), buffer.data(), buffer.size());
+        if (length < 0) {
+            const int errnum = errno;
+            return {errnum, {}};
+        }
+        const auto size = static_cast<std::size_t>(length);
+        // A read that fills the buffer may have cut the text.
+        if (size < buffer.size()) {
+            buffer.resize(size);
+            break;
+        }
+        buffer.resize(size + kBufferStep);
+    }
+    if (!buffer.empty() && buffer.back() == '\0') {
+        buffer.pop_back();
+    }
+    if (!buffer.empty() && buffer.front() == '\0') {
+        buffer.clear();
+    }
+    return {0, std::move(buffer)};
+}
+
+std::string directoryPart(const std::string& pathname) {
+    return pathname.substr(0, pathname.rfind('/') + 1);
+}
+
+LinkWalk::LinkWalk(std::string pathname)
+    : pathname_(std::move(pathname)), link_(readSymbolicLink(pathname_)) {}
+
+bool LinkWalk::isAtFile() const {
+    return link_.errnum == EINVAL;
+}
+
+void LinkWalk::follow() {
+    pathname_ = link_.text.front() == '/' ? link_.text : directoryPart(pathname_) + link_.text;
+    link_ = readSymbolicLink(pathname_);
+}
+
+void LinkWalk::followToEnd() {
+    while (leadsOn()) {
+        follow();
+    }
+}
+
+CanonicalPath canonicalPath(const std::string& pathname) {
+    std::string buffer(kBufferStep + 1, '\0');
+    if (::realpath(pathname.c_str(), buffer.data()) == nullptr) {
+        const int errnum = errno;
+        return {errnum, pathname};
+    }
+    buffer.resize(buffer.find('\0'));
+    return {0, std::move(buffer)};
+}
+
+std::string CurrentDirectory() {
+    std::string buffer(kBufferStep, '\0');
+    while (::getcwd(buffer.data(), buffer.size()) == nullptr) {
+        const int errnum = errno;
+        if (errnum != ERANGE) {
+            throw OvWalletException(
+                "Cannot determine the pathname of the current working directory (errno = " +
+                errnoText(errnum) + ").");
+        }
+        buffer.assign(buffer.size() + kBufferStep, '\0');
+    }
+    buffer.resize(buffer.find('\0'));
+    return buffer;
+}
+
+}  // namespace Orvanta_OvWallet
