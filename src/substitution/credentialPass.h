@@ -1,18 +1,34 @@
-// One side of a job: its JDBC URL read, its user name and then its password expanded.
+// One side of a job: its JDBC URL is read, then its user name and its password are read from the
+// job, expanded and written back.
+//
+// Bytes go in and out as they are, with no conversion of characters.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "session/WalletSession.h"
+#include "substitution/JdbcUrl.h"
 
 namespace Orvanta_OvWallet {
 
 // side is "Input" or "Output". The URL comes from the static method "get" + side + "JdbcUrl" of the
 // plug-in configuration class and is only read; a null URL counts as an empty one. A failure of the
 // user name leaves the password alone; the user name is written back before the password is looked
-// at.
-//
-// Throws JavaLangThrowable when a Java exception is pending, and what substitute throws.
+// at. Throws what substitute throws.
 void runCredentialPass(const WalletSession& session, const std::string& side);
+
+// One property, "OrvantaUserName" or "OrvantaPassword": read with the static method "get" + side +
+// property, written with "set" + side + property, also when there was no reference. A property that
+// is null is left alone.
+//
+// Throws JavaLangThrowable when a Java exception is pending, what expandReferences throws, and
+// OvWalletException when Java has no room for the result (a Java exception may then be pending,
+// too). The property keeps its old value in each case, unless the setter itself failed half-way.
+void substitute(const WalletSession& session, const std::string& side, const std::string& property,
+                const JdbcUrlParts& url);
+
+// A length as Java's arrays have it; throws OvWalletException for a longer one.
+jsize javaArrayLength(std::size_t size);
 
 }  // namespace Orvanta_OvWallet

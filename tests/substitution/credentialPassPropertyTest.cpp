@@ -1,4 +1,4 @@
-#include "substitution/propertySubstitution.h"
+#include "substitution/credentialPass.h"
 
 #include <limits>
 #include <utility>
@@ -15,10 +15,10 @@ namespace {
 
 using namespace std::string_literals;
 
-class PropertySubstitution : public ::testing::Test {
+class CredentialProperty : public ::testing::Test {
   protected:
-    PropertySubstitution() { SandboxWallet::redirectInstallation(); }
-    ~PropertySubstitution() override { EXPECT_EQ(sandbox_.held(), ""); }
+    CredentialProperty() { SandboxWallet::redirectInstallation(); }
+    ~CredentialProperty() override { EXPECT_EQ(sandbox_.held(), ""); }
 
     // Leaves the calls of the substitution alone in the record. failAt counts those that can fail.
     std::string substituted(const std::string& side = "Input",
@@ -43,46 +43,46 @@ class PropertySubstitution : public ::testing::Test {
     ConnectorJob job_{jvm_};
 };
 
-TEST_F(PropertySubstitution, ReadsExpandsAndWritesBack) {
+TEST_F(CredentialProperty, ReadsExpandsAndWritesBack) {
     sandbox_.add("pw", "secret");
     EXPECT_EQ(password("<$ovwallet(pw)>"), "<secret>");
     EXPECT_EQ(jvm_.takeCalls(), readCalls("InputOrvantaPassword", 15) +
                                     writeCalls("InputOrvantaPassword", "<secret>"));
 }
 
-TEST_F(PropertySubstitution, AccessorsAreNamedForSideAndProperty) {
+TEST_F(CredentialProperty, AccessorsAreNamedForSideAndProperty) {
     job_.properties["OutputOrvantaUserName"] = "name";
     EXPECT_EQ(substituted("Output", "OrvantaUserName"), "");
     EXPECT_EQ(jvm_.takeCalls(),
               readCalls("OutputOrvantaUserName", 4) + writeCalls("OutputOrvantaUserName", "name"));
 }
 
-TEST_F(PropertySubstitution, TextWithoutReferenceIsWrittenBackToo) {
+TEST_F(CredentialProperty, TextWithoutReferenceIsWrittenBackToo) {
     EXPECT_EQ(password("plain"), "plain");
     EXPECT_EQ(jvm_.takeCalls(),
               readCalls("InputOrvantaPassword", 5) + writeCalls("InputOrvantaPassword", "plain"));
 }
 
-TEST_F(PropertySubstitution, APropertyThatIsNullIsLeftAlone) {
+TEST_F(CredentialProperty, APropertyThatIsNullIsLeftAlone) {
     EXPECT_EQ(substituted(), "");
     EXPECT_EQ(jvm_.takeCalls(), getterCalls("InputOrvantaPassword"));
     EXPECT_FALSE(job_.properties["InputOrvantaPassword"].has_value());
 }
 
-TEST_F(PropertySubstitution, AnEmptyPropertyIsWrittenBackEmpty) {
+TEST_F(CredentialProperty, AnEmptyPropertyIsWrittenBackEmpty) {
     EXPECT_EQ(password(""), "");
     EXPECT_EQ(jvm_.takeCalls(),
               readCalls("InputOrvantaPassword", 0) + writeCalls("InputOrvantaPassword", ""));
 }
 
-TEST_F(PropertySubstitution, APropertyMayBecomeEmpty) {
+TEST_F(CredentialProperty, APropertyMayBecomeEmpty) {
     sandbox_.add("empty", "");
     EXPECT_EQ(password("$ovwallet(empty)"), "");
     EXPECT_EQ(jvm_.takeCalls(),
               readCalls("InputOrvantaPassword", 16) + writeCalls("InputOrvantaPassword", ""));
 }
 
-TEST_F(PropertySubstitution, BytesGoInAndOutWithoutConversion) {
+TEST_F(CredentialProperty, BytesGoInAndOutWithoutConversion) {
     std::string all;
     for (int value = 0; value < 256; ++value) {
         all.push_back(static_cast<char>(value));
@@ -92,7 +92,7 @@ TEST_F(PropertySubstitution, BytesGoInAndOutWithoutConversion) {
     EXPECT_EQ(password("\0"s), "\0"s);
 }
 
-TEST_F(PropertySubstitution, AfterAFailureNothingIsWritten) {
+TEST_F(CredentialProperty, AfterAFailureNothingIsWritten) {
     job_.properties["InputOrvantaPassword"] = "x$ovwallet(none)";
     EXPECT_EQ(substituted(),
               " failed: Attempt to get value from Orvanta Wallet failed because: There is no "
@@ -113,7 +113,7 @@ CallRecord callsUpTo(const std::string& last, const CallRecord& calls) {
     return shortened;
 }
 
-TEST_F(PropertySubstitution, EachCallThatFailsEndsItWithItsException) {
+TEST_F(CredentialProperty, EachCallThatFailsEndsItWithItsException) {
     const std::string get = "GetStaticMethodID(OrvantaPlugInConfiguration, get";
     const std::string set = "GetStaticMethodID(OrvantaPlugInConfiguration, set";
     const CallRecord check{"ExceptionCheck()"};
@@ -149,7 +149,7 @@ TEST_F(PropertySubstitution, EachCallThatFailsEndsItWithItsException) {
     EXPECT_EQ(jvm_.failedCall(), "");
 }
 
-TEST_F(PropertySubstitution, ANewArrayThatIsNullIsAFailureAlsoWithoutAJavaException) {
+TEST_F(CredentialProperty, ANewArrayThatIsNullIsAFailureAlsoWithoutAJavaException) {
     job_.properties["InputOrvantaPassword"] = "plain";
     constexpr std::uint64_t kNewByteArray = 4;
     EXPECT_EQ(substituted("Input", "OrvantaPassword", kNewByteArray, StrictJni::Failure::silent),
@@ -157,7 +157,7 @@ TEST_F(PropertySubstitution, ANewArrayThatIsNullIsAFailureAlsoWithoutAJavaExcept
     EXPECT_EQ(jvm_.failedCall(), "NewByteArray(5)");
 }
 
-TEST_F(PropertySubstitution, TheNewArrayIsDeletedAlsoWhenTheSetterThrows) {
+TEST_F(CredentialProperty, TheNewArrayIsDeletedAlsoWhenTheSetterThrows) {
     job_.properties["InputOrvantaPassword"] = "plain";
     job_.throwingMethods = {"setInputOrvantaPassword"};
     EXPECT_EQ(substituted(), "java/lang/RuntimeException: setInputOrvantaPassword failed");
@@ -165,7 +165,7 @@ TEST_F(PropertySubstitution, TheNewArrayIsDeletedAlsoWhenTheSetterThrows) {
               readCalls("InputOrvantaPassword", 5) + writeCalls("InputOrvantaPassword", "plain"));
 }
 
-TEST_F(PropertySubstitution, AMissingAccessorIsJavasOwnError) {
+TEST_F(CredentialProperty, AMissingAccessorIsJavasOwnError) {
     constexpr const char* kPlugIn =
         "com/orvanta/connector/orvanta/utils/OrvantaPlugInConfiguration";
     job_.properties["InputOrvantaPassword"] = "plain";
