@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""docs/errors.md and src/ have the same messages, and the files of the tests that it names expect them."""
+"""docs/errors.md and src/ have the same messages, each entry says where it is seen and what foresees it, and the
+files of the tests that it names expect them."""
 
 import os
 import re
@@ -51,8 +52,12 @@ class Entry:
     def tests(self):
         return re.findall(r"^Test: `([\w.]+)` in (\S+)$", self.text, re.M)
 
+    def missing_lines(self):
+        return [line for line in ("In a log", "Foreseen by")
+                if not re.search(rf"^{line}: .*\.$", self.text, re.M)]
+
     def explanation(self):
-        return re.sub(r"^Test: .*$", "", self.text, flags=re.M).strip()
+        return re.sub(r"^(?:In a log|Foreseen by|Test): .*$", "", self.text, flags=re.M).strip()
 
 
 def entries_of(catalogue):
@@ -108,6 +113,7 @@ def problems(catalogue, sources, tests):
                         found.append(f"{message}: no source has all of it")
         if not entry.explanation():
             found.append(f"{title}: there is no explanation")
+        found += [f'{title}: no line "{line}: ..."' for line in entry.missing_lines()]
         if not entry.tests():
             found.append(f"{title}: no test is named")
         for test, path in entry.tests():
@@ -141,6 +147,8 @@ class ErrorCatalogueTest(unittest.TestCase):
 
 Make it readable.
 
+In a log: alone.
+Foreseen by: doctor, step `software`.
 Test: `Opening.Fails` in tests/OpeningTest.cpp
 
 ## In the words of others
@@ -149,6 +157,8 @@ Test: `Opening.Fails` in tests/OpeningTest.cpp
 
 Not a text.
 
+In a log: alone.
+Foreseen by: not foreseen.
 Test: `Opening.Fails` in tests/OpeningTest.cpp
 """
     SOURCES = {"src/a.cpp": 'throw Failure("Cannot open \\"" + path +\n    "\\" (errno = " // why\n'
@@ -161,7 +171,7 @@ Test: `Opening.Fails` in tests/OpeningTest.cpp
             catalogue = file.read()
         self.assertGreater(len(entries_of(catalogue)), 40)
         found = problems(catalogue, read_all("src", (".cpp", ".h", ".def")),
-                         read_all("tests", (".cpp", ".java")))
+                         {**read_all("tests", (".cpp", ".java")), **read_all("hadoop/src", (".java",))})
         self.assertEqual(found, [], "\n".join(found))
 
     def test_agreement_is_recognised(self):
@@ -193,11 +203,12 @@ Test: `Opening.Fails` in tests/OpeningTest.cpp
                           'Cannot open "<PATH>" (errno = <TEXT>): tests/OpeningTest.cpp does not have '
                           '"" (errno = "'])
 
-    def test_an_entry_without_words_or_test_is_found(self):
-        catalogue = self.CATALOGUE.replace("Make it readable.\n\nTest: `Opening.Fails` in "
-                                           "tests/OpeningTest.cpp\n", "", 1)
+    def test_an_entry_without_words_lines_or_test_is_found(self):
+        catalogue = re.sub(r"Make it readable.*?OpeningTest.cpp\n", "", self.CATALOGUE, count=1, flags=re.S)
         self.assertEqual(problems(catalogue, self.SOURCES, self.TESTS),
                          ['Cannot open "<PATH>" (errno = <TEXT>): there is no explanation',
+                          'Cannot open "<PATH>" (errno = <TEXT>): no line "In a log: ..."',
+                          'Cannot open "<PATH>" (errno = <TEXT>): no line "Foreseen by: ..."',
                           'Cannot open "<PATH>" (errno = <TEXT>): no test is named'])
 
 

@@ -106,8 +106,9 @@ class LoadingTest {
                 .lines();
         assertEquals(2, lines.size(), lines::toString);
         for (String line : lines) {
-            assertEquals("call: " + OUR_EXCEPTION + "DIRECTORY/" + FILE + ": DIRECTORY/" + FILE
-                            + ": failed to map segment from shared object",
+            assertEquals("call: " + OUR_EXCEPTION
+                            + "DIRECTORY/libWalletCaller-redhatlinux-x8664.so: "
+                            + "DIRECTORY/" + FILE + ": failed to map segment from shared object",
                     line.replaceAll("^(first|second) ", "")
                             .replaceAll("/\\S*/orvanta-wallet-\\d+", "DIRECTORY"));
         }

@@ -141,7 +141,8 @@ class YarnJobTest {
             ChildJvm job = scene.submit();
             assertEquals("false", job.value("successful"), job::report);
             assertTrue(job.value("failure").matches("Job setup failed : com.orvanta.connector"
-                    + ".common.exception.ConnectorException: .*: file too short\\\\n.*"),
+                    + ".common.exception.ConnectorException: "
+                    + ".*/libWalletCaller-redhatlinux-x8664.so: .*: file too short\\\\n.*"),
                     job::report);
         }
     }
