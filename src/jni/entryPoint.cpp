@@ -3,7 +3,6 @@
 #include <exception>
 
 #include "jni/JavaLangThrowable.h"
-#include "jni/PendingException.h"
 #include "session/WalletSession.h"
 #include "substitution/credentialPass.h"
 #include "wallet/WalletOwner.h"

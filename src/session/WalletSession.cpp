@@ -1,6 +1,6 @@
 #include "session/WalletSession.h"
 
-#include "jni/PendingException.h"
+#include "jni/JavaLangThrowable.h"
 #include "session/installationLink.h"
 #include "wallet/WalletOwner.h"
 
@@ -14,30 +14,23 @@ constexpr const char* kStandardCharsets = "com/orvanta/connector/common/utils/St
 constexpr const char* kString = "java/lang/String";
 
 jclass findClass(JNIEnv* env, const char* name) {
-    const jclass found = env->FindClass(name);
-    raiseIfPending(env);
-    return found;
+    return checked(env, &JNIEnv::FindClass, name);
 }
 
 jmethodID findMethod(JNIEnv* env, jclass owner, const char* name, const char* signature) {
-    const jmethodID found = env->GetMethodID(owner, name, signature);
-    raiseIfPending(env);
-    return found;
+    return checked(env, &JNIEnv::GetMethodID, owner, name, signature);
 }
 
 jobject configurationOf(JNIEnv* env, jobject jobContext) {
-    const jclass jobContextClass = findClass(env, kJobContext);
-    const jmethodID getConfiguration = findMethod(env, jobContextClass, "getConfiguration",
-                                                  "()Lorg/apache/hadoop/conf/Configuration;");
-    const jobject configuration = env->CallObjectMethod(jobContext, getConfiguration);
-    raiseIfPending(env);
-    return configuration;
+    const jmethodID getConfiguration =
+        findMethod(env, findClass(env, kJobContext), "getConfiguration",
+                   "()Lorg/apache/hadoop/conf/Configuration;");
+    return checked(env, &JNIEnv::CallObjectMethod, jobContext, getConfiguration);
 }
 
 jobject utf8CharsetOf(JNIEnv* env, jclass charsetsClass) {
-    const jfieldID field =
-        env->GetStaticFieldID(charsetsClass, "UTF_8", "Ljava/nio/charset/Charset;");
-    raiseIfPending(env);
+    const jfieldID field = checked(env, &JNIEnv::GetStaticFieldID, charsetsClass, "UTF_8",
+                                   "Ljava/nio/charset/Charset;");
     return env->GetStaticObjectField(charsetsClass, field);
 }
 

@@ -5,7 +5,7 @@
 #include <atomic>
 #include <cerrno>
 
-#include "jni/UtfChars.h"
+#include "jni/JniOwners.h"
 #include "session/installationSearch.h"
 #include "session/walletFiles.h"
 #include "support/OvWalletException.h"

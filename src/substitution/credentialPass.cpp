@@ -3,8 +3,8 @@
 #include <limits>
 #include <memory>
 
-#include "jni/LocalRef.h"
-#include "jni/PendingException.h"
+#include "jni/JavaLangThrowable.h"
+#include "jni/JniOwners.h"
 #include "securemem/SecureByteVector.h"
 #include "substitution/referenceExpansion.h"
 #include "support/OvWalletException.h"
@@ -20,24 +20,6 @@ constexpr const char* kUrlGetterSignature =
 constexpr const char* kGetterSignature = "(Lorg/apache/hadoop/mapreduce/JobContext;)[B";
 constexpr const char* kSetterSignature = "(Lorg/apache/hadoop/mapreduce/JobContext;[B)V";
 
-jmethodID findAccessor(const WalletSession& session, const std::string& name,
-                       const char* signature) {
-    const jmethodID found =
-        session.env->GetStaticMethodID(session.plugInConfigurationClass, name.c_str(), signature);
-    raiseIfPending(session.env);
-    return found;
-}
-
-// What a getter returns; null when it is not set.
-jobject get(const WalletSession& session, const std::string& name, const char* signature,
-            jobject source) {
-    const jmethodID method = findAccessor(session, "get" + name, signature);
-    const jobject found =
-        session.env->CallStaticObjectMethod(session.plugInConfigurationClass, method, source);
-    raiseIfPending(session.env);
-    return found;
-}
-
 std::unique_ptr<SecureByteVector> bytesOf(const WalletSession& session, jobject array) {
     auto bytes = SecureByteVector::fromJavaByteArray(session.env, static_cast<jbyteArray>(array));
     raiseIfPending(session.env);
@@ -47,14 +29,15 @@ std::unique_ptr<SecureByteVector> bytesOf(const WalletSession& session, jobject 
 // Null when the side has no URL.
 std::unique_ptr<SecureByteVector> readJdbcUrl(const WalletSession& session,
                                               const std::string& side) {
-    const jobject url = get(session, side + "JdbcUrl", kUrlGetterSignature, session.configuration);
+    JNIEnv* const env = session.env;
+    const auto url =
+        callStatic<jstring>(env, session.plugInConfigurationClass, "get" + side + "JdbcUrl",
+                            kUrlGetterSignature, session.configuration);
     if (url == nullptr) {
         return nullptr;
     }
-    const jobject array =
-        session.env->CallObjectMethod(url, session.getBytesMethod, session.utf8Charset);
-    raiseIfPending(session.env);
-    return bytesOf(session, array);
+    return bytesOf(session, checked(env, &JNIEnv::CallObjectMethod, url, session.getBytesMethod,
+                                    session.utf8Charset));
 }
 
 void writeProperty(const WalletSession& session, const std::string& name,
@@ -64,13 +47,10 @@ void writeProperty(const WalletSession& session, const std::string& name,
     if (array.get() == nullptr) {
         throw OvWalletException(kCannotAllocate);
     }
-    session.env->SetByteArrayRegion(array.get(), 0, length,
-                                    reinterpret_cast<const jbyte*>(text.begin()));
-    raiseIfPending(session.env);
-    const jmethodID method = findAccessor(session, "set" + name, kSetterSignature);
-    session.env->CallStaticVoidMethod(session.plugInConfigurationClass, method, session.jobContext,
-                                      array.get());
-    raiseIfPending(session.env);
+    checked(session.env, &JNIEnv::SetByteArrayRegion, array.get(), 0, length,
+            reinterpret_cast<const jbyte*>(text.begin()));
+    callStatic<void>(session.env, session.plugInConfigurationClass, "set" + name, kSetterSignature,
+                     session.jobContext, array.get());
 }
 
 }  // namespace
@@ -87,7 +67,8 @@ void runCredentialPass(const WalletSession& session, const std::string& side) {
 void substitute(const WalletSession& session, const std::string& side, const std::string& property,
                 const JdbcUrlParts& url) {
     const std::string name = side + property;
-    const jobject array = get(session, name, kGetterSignature, session.jobContext);
+    const auto array = callStatic<jbyteArray>(session.env, session.plugInConfigurationClass,
+                                              "get" + name, kGetterSignature, session.jobContext);
     if (array == nullptr) {
         return;
     }

@@ -1,4 +1,4 @@
-#include "jni/PendingException.h"
+#include "jni/JavaLangThrowable.h"
 
 #include <exception>
 #include <type_traits>
@@ -7,7 +7,6 @@
 
 #include "doubles/ConnectorCalls.h"
 #include "doubles/ConnectorJob.h"
-#include "jni/JavaLangThrowable.h"
 
 namespace {
 
@@ -35,6 +34,27 @@ TEST_F(PendingException, APendingOneIsRaisedAndStaysPending) {
     }),
               "java/lang/RuntimeException: text");
     EXPECT_EQ(jvm_.takeCalls(), CallRecord{"ExceptionCheck()"});
+}
+
+TEST_F(PendingException, ACheckedCallGivesItsResultOrRaisesWhatItLeft) {
+    EXPECT_EQ(jvm_.inNativeFrame([&] {
+        EXPECT_NE(checked(env_, &JNIEnv::FindClass, "java/lang/String"), nullptr);
+        EXPECT_THROW(checked(env_, &JNIEnv::FindClass, "missing"), JavaLangThrowable);
+    }),
+              "java/lang/NoClassDefFoundError: missing");
+    EXPECT_EQ(jvm_.takeCalls(), (CallRecord{"FindClass(java/lang/String)", "ExceptionCheck()",
+                                            "FindClass(missing)", "ExceptionCheck()"}));
+}
+
+TEST_F(PendingException, AStaticMethodThatIsMissingIsNotCalled) {
+    EXPECT_EQ(jvm_.inNativeFrame([&] {
+        const jclass string = env_->FindClass("java/lang/String");
+        jvm_.takeCalls();
+        EXPECT_THROW(callStatic<void>(env_, string, "missing", "()V"), JavaLangThrowable);
+    }),
+              "java/lang/NoSuchMethodError: missing");
+    EXPECT_EQ(jvm_.takeCalls(),
+              (CallRecord{"GetStaticMethodID(String, missing, ()V)", "ExceptionCheck()"}));
 }
 
 TEST_F(PendingException, ANullPointerExceptionIsLeftPendingAndRaised) {

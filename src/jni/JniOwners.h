@@ -1,8 +1,30 @@
-// Owns the UTF-8 characters of a Java string and gives them back to the JVM when it goes.
+// Owners of what the JVM hands out; they give it back when they go, also while a Java exception is
+// pending.
 #pragma once
 
 #include <jni.h>
 
+// One local reference, which may be null.
+template <typename Reference>
+class LocalRef {
+  public:
+    LocalRef(JNIEnv* env, Reference reference) : env_(env), reference_(reference) {}
+    ~LocalRef() {
+        if (reference_ != nullptr) {
+            env_->DeleteLocalRef(reference_);
+        }
+    }
+    LocalRef(const LocalRef&) = delete;
+    LocalRef& operator=(const LocalRef&) = delete;
+
+    Reference get() const { return reference_; }
+
+  private:
+    JNIEnv* env_;
+    Reference reference_;
+};
+
+// The characters of a Java string.
 class UtfChars {
   public:
     // A null string has no characters. A Java exception may be pending when the JVM gave none.

@@ -1,5 +1,3 @@
-#include "jni/PendingException.h"
-
 #include "jni/JavaLangThrowable.h"
 
 namespace {
