@@ -1,23 +1,12 @@
-// The command "ovwallet" of the sandbox wallet.
-#include <unistd.h>
-
-#include <algorithm>
-#include <array>
-#include <cerrno>
-#include <charconv>
-#include <cstdint>
+// The command "ovwallet" of the sandbox wallet: its command line.
 #include <iostream>
-#include <optional>
-#include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "sandbox/ledger/LedgerFile.h"
+#include <CLI/CLI.hpp>
+
+#include "sandbox/command/commands.h"
 #include "sandbox/store/Failure.h"
-#include "sandbox/store/Files.h"
-#include "sandbox/store/SandboxDirectory.h"
-#include "sandbox/store/StringFile.h"
 
 namespace Orvanta_OvWallet::Sandbox {
 
@@ -27,197 +16,144 @@ constexpr int kExitSuccess = 0;
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 
-constexpr std::string_view kHelp =
-    R"(ovwallet: the sandbox wallet, a stand-in for development only.
+constexpr const char* kDescription =
+    "The sandbox wallet, a stand-in for development only.\n\n"
+    "It does NOT encrypt. The strings lie readable in a file of your own; never put a real secret "
+    "there.\n";
 
-It does NOT encrypt. The strings lie readable in a file of your own; never put a real secret there.
+constexpr const char* kFooter =
+    R"(What begins with "-" is an option; after "--" it is a name or a value.
+The files lie in $OVWALLET_SANDBOX_HOME, by default $HOME/.ovwallet-sandbox.
+Exit status: 0 done, 1 not done, 2 wrong usage.)";
 
-  ovwallet add NAME [VALUE]      keep VALUE under NAME; without VALUE, standard input up to its end,
-                                 less one newline at the end
-  ovwallet list                  the names, one per line
-  ovwallet show NAME             the value of NAME
-  ovwallet delete NAME           forget NAME
+constexpr const char* kForTests = "For tests";
 
-  ovwallet ledger start          count what programs do with the wallet, from zero, in a file
-  ovwallet ledger show           what has been counted
-  ovwallet ledger stop           remove that file
-  ovwallet fail ENTRY K TEXT     the K-th call of the entry point from now fails with TEXT; 0: none
-  ovwallet delay ENTRY MICROSECONDS    every call of the entry point waits first; 0: none
-  ovwallet throw ENTRY std|other|none  every call of the entry point throws a C++ exception
+class CommandLine {
+  public:
+    CommandLine() : app_(kDescription, "ovwallet") {
+        app_.footer(kFooter);
+        app_.require_subcommand(1);
+        app_.set_help_flag("-h,--help", "This text, or that of one command");
+        app_.set_version_flag(
+            "--version",
+            "ovwallet 14.10, the sandbox wallet of walletcaller " OVWALLET_SANDBOX_VERSION,
+            "Whose command this is");
+        addStringCommands();
+        addTestCommands();
+        app_.add_subcommand("help", "This text")->callback([this] {
+            std::cout << app_.get_formatter()->make_help(&app_, app_.get_name(),
+                                                         CLI::AppFormatMode::Normal);
+        });
+    }
 
-  ovwallet --help                this text
-
-fail, delay and throw need a ledger. The files lie in $OVWALLET_SANDBOX_HOME, by default
-$HOME/.ovwallet-sandbox.
-)";
-
-using Arguments = std::span<const std::string>;
-
-// The command line is not one of those that --help shows.
-struct UsageError {};
-
-std::string readStandardInput() {
-    std::string text;
-    std::array<char, 4096> piece{};
-    for (;;) {
-        const ssize_t size = ::read(STDIN_FILENO, piece.data(), piece.size());
-        if (size == 0) {
-            break;
+    // Does what the command line says. Throws CLI::Error on wrong usage, and for --help and
+    // --version; what the commands throw otherwise.
+    void run(int argumentCount, char** arguments) {
+        try {
+            app_.parse(argumentCount, arguments);
+        } catch (const CLI::RequiredError&) {
+            // Something is missing because something else stands there: that is the word to name.
+            if (const std::vector<std::string> unknown = app_.remaining(true); !unknown.empty()) {
+                throw CLI::ExtrasError({unknown.front()});
+            }
+            throw;
         }
-        if (size > 0) {
-            text.append(piece.data(), static_cast<std::size_t>(size));
-        } else if (const int readError = errno; readError != EINTR) {
-            throw Failure(FailureCode::terminal,
-                          "Cannot read standard input: " + errnoText(readError) + ".");
+    }
+
+    // What an error of CLI11 says, and the exit status.
+    int tell(const CLI::Error& error) {
+        if (error.get_exit_code() == kExitSuccess) {
+            return app_.exit(error);
         }
+        std::cerr << "ovwallet: " << error.what()
+                  << "; \"ovwallet --help\" shows the right usage.\n";
+        return kExitUsage;
     }
-    if (text.ends_with('\n')) {
-        text.pop_back();
+
+  private:
+    using Command = void (*)(const Arguments&);
+
+    void addStringCommands() {
+        CLI::App* const add = addCommand("add",
+                                         "Keep VALUE under NAME; without VALUE, ask for it twice "
+                                         "on a terminal, or take standard "
+                                         "input, less one newline at the end",
+                                         addString);
+        addWord(add, "NAME", arguments_.name);
+        // Not bound to the optional: CLI11 takes an empty word for none.
+        add->add_option_function<std::string>(
+            "VALUE", [this](const std::string& value) { arguments_.value = value; });
+        addCommand("list", "The names, one per line", listNames);
+        addWord(addCommand("check", "Whether NAME is there: exit status 0 or 1", checkName), "NAME",
+                arguments_.name);
+        addWord(addCommand("show", "The value of NAME", showString), "NAME", arguments_.name);
+        addWord(addCommand("delete", "Forget NAME", removeString), "NAME", arguments_.name);
     }
-    return text;
-}
 
-std::uint64_t numberFrom(const std::string& text) {
-    std::uint64_t number = 0;
-    const char* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || stop != end) {
-        throw Failure(FailureCode::badArgument, "\"" + text + "\" is not a number.");
+    void addTestCommands() {
+        CLI::App* const ledger =
+            app_.add_subcommand("ledger", "Count in a file what programs do with the wallet");
+        ledger->group(kForTests)->require_subcommand(1);
+        addCommand("start", "Count from zero", startLedger, ledger);
+        addCommand("show", "What has been counted", showLedger, ledger);
+        addCommand("stop", "Remove the file", stopLedger, ledger);
+
+        CLI::App* const fail = addFaultCommand(
+            "fail", "The K-th call of the entry point from now fails with TEXT; 0: none",
+            makeCallFail);
+        addWord(fail, "K", arguments_.number);
+        addWord(fail, "TEXT", arguments_.text);
+        addWord(addFaultCommand("delay", "Every call of the entry point waits first; 0: none",
+                                delayCalls),
+                "MICROSECONDS", arguments_.number);
+        addWord(addFaultCommand("throw", "Every call of the entry point throws a C++ exception",
+                                throwFromCalls),
+                "KIND", arguments_.text)
+            ->description("std, other or none")
+            ->check(CLI::IsMember({"std", "other", "none"}));
     }
-    return number;
-}
 
-void add(Arguments arguments) {
-    const std::string value = arguments.size() > 1 ? arguments[1] : readStandardInput();
-    changeStrings(directoryFromEnvironment(),
-                  [&](Strings& strings) { putString(strings, arguments[0], value); });
-}
-
-void list(Arguments /*arguments*/) {
-    for (const auto& [name, value] : readStrings(directoryFromEnvironment())) {
-        std::cout << name << '\n';
+    CLI::App* addCommand(const char* word, const char* description, Command command,
+                         CLI::App* parent = nullptr) {
+        CLI::App* const added =
+            (parent == nullptr ? &app_ : parent)->add_subcommand(word, description);
+        added->callback([this, command] { command(arguments_); });
+        return added;
     }
-}
 
-void show(Arguments arguments) {
-    std::cout << stringNamed(readStrings(directoryFromEnvironment()), arguments[0]) << '\n';
-}
-
-void remove(Arguments arguments) {
-    changeStrings(directoryFromEnvironment(),
-                  [&](Strings& strings) { deleteString(strings, arguments[0]); });
-}
-
-[[noreturn]] void throwNoLedger() {
-    throw Failure(FailureCode::fileTrouble,
-                  "There is no ledger; \"ovwallet ledger start\" starts one.");
-}
-
-MappedLedger openLedger() {
-    std::optional<MappedLedger> ledger = MappedLedger::open(directoryFromEnvironment());
-    if (!ledger) {
-        throwNoLedger();
+    CLI::App* addFaultCommand(const char* word, const std::string& description, Command command) {
+        CLI::App* const added =
+            addCommand(word, (description + " (needs a ledger)").c_str(), command);
+        added->group(kForTests);
+        addWord(added, "ENTRY", arguments_.entryPoint);
+        return added;
     }
-    return std::move(*ledger);
-}
 
-void keepLedger(Arguments arguments) {
-    if (arguments[0] == "start") {
-        startLedgerFile(directoryFromEnvironment());
-    } else if (arguments[0] == "show") {
-        std::cout << ledgerText(openLedger().ledger());
-    } else if (arguments[0] == "stop") {
-        if (!stopLedgerFile(directoryFromEnvironment())) {
-            throwNoLedger();
-        }
-    } else {
-        throw UsageError();
+    static CLI::Option* addWord(CLI::App* command, const char* word, std::string& text) {
+        return command->add_option(word, text)->required()->type_name("");
     }
-}
 
-Fault& faultOf(const MappedLedger& ledger, const std::string& entryPointName) {
-    const std::optional<EntryPoint> entryPoint = entryPointNamed(entryPointName);
-    if (!entryPoint) {
-        throw Failure(FailureCode::badArgument,
-                      "There is no entry point named \"" + entryPointName + "\".");
-    }
-    return ledger.ledger().fault(*entryPoint);
-}
-
-void fail(Arguments arguments) {
-    const MappedLedger ledger = openLedger();
-    Fault& fault = faultOf(ledger, arguments[0]);
-    if (!requestFailure(fault, numberFrom(arguments[1]), arguments[2])) {
-        throw Failure(FailureCode::badArgument,
-                      "The text is longer than " + std::to_string(kLongestFailText) + " bytes.");
-    }
-}
-
-void delay(Arguments arguments) {
-    const MappedLedger ledger = openLedger();
-    faultOf(ledger, arguments[0]).delayMicroseconds = numberFrom(arguments[1]);
-}
-
-void throwFrom(Arguments arguments) {
-    const MappedLedger ledger = openLedger();
-    Fault& fault = faultOf(ledger, arguments[0]);
-    ThrowKind kind = ThrowKind::nothing;
-    if (arguments[1] == "std") {
-        kind = ThrowKind::standardException;
-    } else if (arguments[1] == "other") {
-        kind = ThrowKind::otherType;
-    } else if (arguments[1] != "none") {
-        throw UsageError();
-    }
-    fault.throwKind = static_cast<std::uint64_t>(kind);
-}
-
-struct Subcommand {
-    std::string_view name;
-    std::size_t fewestArguments;
-    std::size_t mostArguments;
-    void (*run)(Arguments);
+    CLI::App app_;
+    Arguments arguments_;
 };
 
-constexpr auto kSubcommands = std::to_array<Subcommand>({{"add", 1, 2, add},
-                                                         {"list", 0, 0, list},
-                                                         {"show", 1, 1, show},
-                                                         {"delete", 1, 1, remove},
-                                                         {"ledger", 1, 1, keepLedger},
-                                                         {"fail", 3, 3, fail},
-                                                         {"delay", 2, 2, delay},
-                                                         {"throw", 2, 2, throwFrom}});
-
-void run(Arguments arguments) {
-    if (arguments.empty()) {
-        throw UsageError();
-    }
-    if (arguments[0] == "--help" && arguments.size() == 1) {
-        std::cout << kHelp;
-        return;
-    }
-    const auto found =
-        std::find_if(kSubcommands.begin(), kSubcommands.end(),
-                     [&](const Subcommand& subcommand) { return subcommand.name == arguments[0]; });
-    arguments = arguments.subspan(1);
-    if (found == kSubcommands.end() || arguments.size() < found->fewestArguments ||
-        arguments.size() > found->mostArguments) {
-        throw UsageError();
-    }
-    found->run(arguments);
-}
-
-int runCommand(Arguments arguments) {
+int runCommand(int argumentCount, char** arguments) {
+    CommandLine commandLine;
+    int status = kExitSuccess;
     try {
-        run(arguments);
+        try {
+            commandLine.run(argumentCount, arguments);
+        } catch (const CLI::Error& error) {
+            status = commandLine.tell(error);
+        }
         std::cout.flush();
         if (!std::cout) {
             throw Failure(FailureCode::terminal, "Cannot write to standard output.");
         }
-        return kExitSuccess;
-    } catch (const UsageError&) {
-        std::cerr << "ovwallet: Wrong usage; \"ovwallet --help\" shows the right one.\n";
-        return kExitUsage;
+        return status;
+    } catch (const Failure& failure) {
+        std::cerr << "ovwallet: " << failure.what() << '\n';
+        return failure.code() == FailureCode::badArgument ? kExitUsage : kExitFailure;
     } catch (const std::exception& exception) {
         std::cerr << "ovwallet: " << exception.what() << '\n';
         return kExitFailure;
@@ -229,6 +165,5 @@ int runCommand(Arguments arguments) {
 }  // namespace Orvanta_OvWallet::Sandbox
 
 int main(int argumentCount, char** arguments) {
-    const std::vector<std::string> texts(arguments + 1, arguments + argumentCount);
-    return Orvanta_OvWallet::Sandbox::runCommand(texts);
+    return Orvanta_OvWallet::Sandbox::runCommand(argumentCount, arguments);
 }

@@ -7,7 +7,7 @@
 #include "sandbox/library/Calls.h"
 #include "sandbox/library/EntryPoints.h"
 #include "sandbox/library/Handles.h"
-#include "sandbox/library/Terminal.h"
+#include "sandbox/store/Terminal.h"
 
 namespace Orvanta_OvWallet {
 

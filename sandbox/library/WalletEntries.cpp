@@ -5,8 +5,8 @@
 #include "sandbox/library/Calls.h"
 #include "sandbox/library/EntryPoints.h"
 #include "sandbox/library/Handles.h"
-#include "sandbox/library/Terminal.h"
 #include "sandbox/store/SandboxDirectory.h"
+#include "sandbox/store/Terminal.h"
 
 namespace Orvanta_OvWallet {
 

@@ -8,28 +8,22 @@
 
 namespace Orvanta_OvWallet::Sandbox {
 
-namespace {
-
-std::string environmentValue(const char* name) {
-    const char* value = std::getenv(name);
-    return value == nullptr ? std::string() : std::string(value);
-}
-
-}  // namespace
-
 std::string directoryFromEnvironment() {
-    std::string directory = environmentValue("OVWALLET_SANDBOX_HOME");
-    if (!directory.empty()) {
+    if (const char* const directory = std::getenv("OVWALLET_SANDBOX_HOME")) {
+        if (*directory == '\0') {
+            throw Failure(FailureCode::fileTrouble,
+                          "OVWALLET_SANDBOX_HOME is set and empty; it has to name a directory.");
+        }
         return directory;
     }
-    const std::string home = environmentValue("HOME");
-    if (home.empty()) {
+    const char* const home = std::getenv("HOME");
+    if (home == nullptr || *home == '\0') {
         throw Failure(
             FailureCode::fileTrouble,
             "There is no directory for the wallet: neither OVWALLET_SANDBOX_HOME nor HOME "
             "is set.");
     }
-    return home + "/.ovwallet-sandbox";
+    return std::string(home) + "/.ovwallet-sandbox";
 }
 
 void journalFetch(const std::string& directory, const std::string& name) {

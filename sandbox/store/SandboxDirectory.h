@@ -5,8 +5,8 @@
 
 namespace Orvanta_OvWallet::Sandbox {
 
-// $OVWALLET_SANDBOX_HOME, or $HOME/.ovwallet-sandbox when that is not set or empty. The directory
-// need not exist. Throws Failure when HOME does not help either.
+// $OVWALLET_SANDBOX_HOME, or $HOME/.ovwallet-sandbox when that is not set. The directory need not
+// exist. Throws Failure when the variable is set and empty, and when HOME does not help either.
 std::string directoryFromEnvironment();
 
 // Records that a value was asked for: appends "get NAME" to the file "journal" in the directory,

@@ -1,6 +1,8 @@
 // The command "ovwallet", run as users run it.
 #include <filesystem>
 #include <string>
+#include <thread>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -9,6 +11,7 @@
 #include "sandbox/store/PercentCode.h"
 #include "sandbox/tests/Process.h"
 #include "sandbox/tests/TemporaryDirectory.h"
+#include "sandbox/tests/TerminalUser.h"
 
 namespace Orvanta_OvWallet::Sandbox {
 
@@ -18,8 +21,18 @@ const std::string kCommand = std::string(OVWALLET_SANDBOX_BASE) +
                              "/orvanta/client/14.10/ovwallet/redhatlinux-x8664/ovwallet";
 
 const Outcome kDone{0, "", ""};
-const Outcome kWrongUsage{2, "",
-                          "ovwallet: Wrong usage; \"ovwallet --help\" shows the right one.\n"};
+
+Outcome wrongUsage(const std::string& message) {
+    return {2, "", "ovwallet: " + message + "\n"};
+}
+
+Outcome unreadable(const std::string& complaint) {
+    return wrongUsage(complaint + "; \"ovwallet --help\" shows the right usage.");
+}
+
+Outcome unexpected(const std::string& word) {
+    return unreadable("The following argument was not expected: " + word);
+}
 
 Outcome failure(const std::string& message) {
     return {1, "", "ovwallet: " + message + "\n"};
@@ -36,6 +49,22 @@ class CommandTest : public testing::Test {
         return runProcess(arguments, {"OVWALLET_SANDBOX_HOME=" + wallet_}, input);
     }
 
+    // All that the terminal shows while "add" asks for a value on it, and the exit status.
+    std::string onTerminal(const std::string& name, const std::string& first,
+                           const std::string& second) const {
+        TerminalUser user;
+        std::thread typing([&] {
+            user.answer("Value: ", first);
+            user.answer("Again: ", second);
+        });
+        const Outcome outcome = runProcess({"/bin/sh", "-c", R"(exec "$0" add "$1" < "$2" 2> "$2")",
+                                            kCommand, name, user.pathname()},
+                                           {"OVWALLET_SANDBOX_HOME=" + wallet_});
+        typing.join();
+        user.show("status " + std::to_string(outcome.exitCode));
+        return user.shownUpTo("status " + std::to_string(outcome.exitCode));
+    }
+
     Fault& faultOf(const std::optional<MappedLedger>& ledger, EntryPoint entryPoint) const {
         return ledger.value().ledger().fault(entryPoint);
     }
@@ -45,13 +74,58 @@ class CommandTest : public testing::Test {
 };
 
 TEST_F(CommandTest, HelpSaysThatNothingIsEncrypted) {
-    const Outcome help = run({"--help"});
-    EXPECT_EQ(help.exitCode, 0);
-    EXPECT_EQ(help.errors, "");
-    EXPECT_TRUE(
-        help.output.starts_with("ovwallet: the sandbox wallet, a stand-in for development only.\n\n"
-                                "It does NOT encrypt."))
-        << help.output;
+    for (const char* const word : {"--help", "-h", "help"}) {
+        const Outcome help = run({word});
+        EXPECT_EQ(help.exitCode, 0);
+        EXPECT_EQ(help.errors, "");
+        EXPECT_TRUE(
+            help.output.starts_with("The sandbox wallet, a stand-in for development only.\n\n"
+                                    "It does NOT encrypt."))
+            << help.output;
+        EXPECT_NE(help.output.find("\nUsage: ovwallet [OPTIONS] SUBCOMMAND\n"), std::string::npos)
+            << help.output;
+    }
+    EXPECT_NE(run({"add", "--help"}).output.find("\nUsage: ovwallet add [OPTIONS] NAME [VALUE]\n"),
+              std::string::npos);
+    EXPECT_EQ(run({"list"}), kDone);
+}
+
+TEST_F(CommandTest, VersionNamesTheProjectThatItBelongsTo) {
+    EXPECT_EQ(run({"--version"}),
+              output("ovwallet 14.10, the sandbox wallet of walletcaller " OVWALLET_SANDBOX_VERSION
+                     "\n"));
+}
+
+TEST_F(CommandTest, NamesAndValuesThatBeginWithAHyphenStandBehindTwo) {
+    EXPECT_EQ(run({"add", "--", "--help", "-v"}), kDone);
+    EXPECT_EQ(run({"add", "plain", "--", "--"}), kDone);
+    EXPECT_EQ(run({"list"}), output("--help\nplain\n"));
+    EXPECT_EQ(run({"show", "--", "--help"}), output("-v\n"));
+    EXPECT_EQ(run({"show", "plain"}), output("--\n"));
+    EXPECT_EQ(run({"check", "--", "--help"}), kDone);
+    EXPECT_EQ(run({"delete", "--", "--help"}), kDone);
+    EXPECT_EQ(run({"list"}), output("plain\n"));
+}
+
+TEST_F(CommandTest, WordsThatMeanSomethingElsewhereAreNamesAndValues) {
+    EXPECT_EQ(run({"add", "list", "add"}), kDone);
+    EXPECT_EQ(run({"add", "help", "[a,b]"}), kDone);
+    EXPECT_EQ(run({"show", "list"}), output("add\n"));
+    EXPECT_EQ(run({"show", "help"}), output("[a,b]\n"));
+}
+
+TEST_F(CommandTest, CheckTellsByItsExitStatusWhetherANameIsThere) {
+    EXPECT_EQ(run({"add", "a", "1"}), kDone);
+    EXPECT_EQ(run({"check", "a"}), kDone);
+    EXPECT_EQ(run({"check", "b"}), failure("There is no string named \"b\" in the wallet."));
+}
+
+TEST_F(CommandTest, OnATerminalTheValueIsAskedForTwiceAndNotShown) {
+    EXPECT_EQ(onTerminal("a", "two words", "two words"), "Value: \r\nAgain: \r\nstatus 0");
+    EXPECT_EQ(run({"show", "a"}), output("two words\n"));
+    EXPECT_EQ(onTerminal("a", "other", "otter"),
+              "Value: \r\nAgain: \r\novwallet: The two lines are not the same.\r\nstatus 1");
+    EXPECT_EQ(run({"show", "a"}), output("two words\n"));
 }
 
 TEST_F(CommandTest, AddedStringIsShownListedAndDeleted) {
@@ -88,36 +162,56 @@ TEST_F(CommandTest, ValueFromStandardInputLosesOneNewline) {
 TEST_F(CommandTest, FailuresAreOneLine) {
     EXPECT_EQ(run({"show", "a"}), failure("There is no string named \"a\" in the wallet."));
     EXPECT_EQ(run({"delete", "a"}), failure("There is no string named \"a\" in the wallet."));
-    EXPECT_EQ(run({"add", "", "x"}), failure("The name of a string must not be empty."));
     writeText(wallet_ + "/strings", "a\n");
     EXPECT_EQ(run({"list"}),
               failure("The file \"" + wallet_ + "/strings\" is malformed: line 1 has no tab."));
 }
 
-TEST_F(CommandTest, WrongUsageExitsWithTwo) {
-    for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
-                                                      {"frobnicate"},
-                                                      {"add"},
-                                                      {"add", "a", "b", "c"},
-                                                      {"list", "x"},
-                                                      {"show"},
-                                                      {"delete"},
-                                                      {"ledger"},
-                                                      {"ledger", "pause"},
-                                                      {"fail", "OvWallet_freeV1", "1"},
-                                                      {"delay", "OvWallet_freeV1"},
-                                                      {"--help", "x"}}) {
-        EXPECT_EQ(run(arguments), kWrongUsage) << testing::PrintToString(arguments);
+TEST_F(CommandTest, WrongUsageExitsWithTwoAndNamesTheWrongWord) {
+    const std::pair<std::vector<std::string>, Outcome> cases[] = {
+        {{}, unreadable("A subcommand is required")},
+        {{"frobnicate"}, unexpected("frobnicate")},
+        {{"--frobnicate"}, unexpected("--frobnicate")},
+        {{"add"}, unreadable("NAME is required")},
+        {{"add", "--frobnicate"}, unexpected("--frobnicate")},
+        {{"add", "a", "-x"}, unexpected("-x")},
+        {{"add", "a", "b", "c"}, unexpected("c")},
+        {{"add", "", "x"}, wrongUsage("The name of a string must not be empty.")},
+        {{"list", "x"}, unexpected("x")},
+        {{"list", "list"}, unexpected("list")},
+        {{"check"}, unreadable("NAME is required")},
+        {{"show"}, unreadable("NAME is required")},
+        {{"delete"}, unreadable("NAME is required")},
+        {{"ledger"}, unreadable("A subcommand is required")},
+        {{"ledger", "pause"}, unexpected("pause")},
+        {{"fail", "OvWallet_freeV1", "1"}, unreadable("TEXT is required")},
+        {{"fail", "freeV1", "1", "x"}, wrongUsage("There is no entry point named \"freeV1\".")},
+        {{"delay", "OvWallet_freeV1"}, unreadable("MICROSECONDS is required")},
+        {{"delay", "OvWallet_freeV1", "1s"}, wrongUsage("\"1s\" is not a number.")},
+        {{"delay", "OvWallet_freeV1", "-1"}, wrongUsage("\"-1\" is not a number.")},
+        {{"delay", "OvWallet_freeV1", ""}, wrongUsage("\"\" is not a number.")},
+        {{"throw", "OvWallet_freeV1", "int"}, unreadable("KIND: int not in {std,other,none}")},
+    };
+    for (const auto& [arguments, outcome] : cases) {
+        EXPECT_EQ(run(arguments), outcome) << testing::PrintToString(arguments);
     }
+    EXPECT_FALSE(std::filesystem::exists(wallet_ + "/strings"));
 }
 
 TEST_F(CommandTest, DirectoryIsInTheHomeByDefault) {
     EXPECT_EQ(runProcess({kCommand, "add", "a", "1"}, {"HOME=" + directory_.pathname()}), kDone);
     EXPECT_EQ(readText(directory_ / ".ovwallet-sandbox/strings"), "a\t1\n");
     EXPECT_EQ(
-        runProcess({kCommand, "list"}, {"OVWALLET_SANDBOX_HOME="}),
+        runProcess({kCommand, "list"}, {}),
         failure("There is no directory for the wallet: neither OVWALLET_SANDBOX_HOME nor HOME "
                 "is set."));
+}
+
+TEST_F(CommandTest, DirectoryWhoseNameIsEmptyIsAnErrorAndNotTheDefault) {
+    EXPECT_EQ(runProcess({kCommand, "add", "a", "1"},
+                         {"OVWALLET_SANDBOX_HOME=", "HOME=" + directory_.pathname()}),
+              failure("OVWALLET_SANDBOX_HOME is set and empty; it has to name a directory."));
+    EXPECT_FALSE(std::filesystem::exists(directory_ / ".ovwallet-sandbox"));
 }
 
 TEST_F(CommandTest, OutputThatCannotBeWrittenIsAFailure) {
@@ -159,20 +253,14 @@ TEST_F(CommandTest, FaultsAreWrittenToTheLedger) {
     EXPECT_EQ(faultOf(ledger, EntryPoint::OvWallet_shutdown).throwKind, 0U);
 }
 
-TEST_F(CommandTest, FaultsNeedALedgerAnEntryPointAndANumber) {
+TEST_F(CommandTest, FaultsNeedALedgerAndATextThatFits) {
     const Outcome none = failure("There is no ledger; \"ovwallet ledger start\" starts one.");
     EXPECT_EQ(run({"fail", "OvWallet_freeV1", "1", "x"}), none);
     EXPECT_EQ(run({"delay", "OvWallet_freeV1", "1"}), none);
     EXPECT_EQ(run({"throw", "OvWallet_freeV1", "std"}), none);
     EXPECT_EQ(run({"ledger", "start"}), kDone);
-    EXPECT_EQ(run({"fail", "freeV1", "1", "x"}),
-              failure("There is no entry point named \"freeV1\"."));
-    EXPECT_EQ(run({"delay", "OvWallet_freeV1", "1s"}), failure("\"1s\" is not a number."));
-    EXPECT_EQ(run({"delay", "OvWallet_freeV1", "-1"}), failure("\"-1\" is not a number."));
-    EXPECT_EQ(run({"delay", "OvWallet_freeV1", ""}), failure("\"\" is not a number."));
     EXPECT_EQ(run({"fail", "OvWallet_freeV1", "1", std::string(232, 'x')}),
-              failure("The text is longer than 231 bytes."));
-    EXPECT_EQ(run({"throw", "OvWallet_freeV1", "int"}), kWrongUsage);
+              wrongUsage("The text is longer than 231 bytes."));
 }
 
 }  // namespace

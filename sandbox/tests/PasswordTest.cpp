@@ -3,7 +3,6 @@
 #include <stdlib.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstdint>
 #include <string>
 #include <thread>
@@ -11,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include "sandbox/tests/LibraryFixture.h"
+#include "sandbox/tests/TerminalUser.h"
 
 namespace Orvanta_OvWallet::Sandbox {
 
@@ -141,52 +141,6 @@ TEST_F(PasswordTest, PromptingIsPossibleOnlyWhenStandardInputIsATerminal) {
     EXPECT_EQ(answerOf(library_.OvWallet_checkSystemPrompting), 1);
 }
 
-// A pseudo terminal, and the user at its other end.
-class TerminalUser {
-  public:
-    TerminalUser() : main_(::posix_openpt(O_RDWR | O_NOCTTY)) {
-        ::grantpt(main_.number());
-        ::unlockpt(main_.number());
-        pathname_ = ::ptsname(main_.number());
-        // Held open, so that what is shown stays readable after the library has closed it.
-        held_ = FileDescriptor(::open(pathname_.c_str(), O_RDWR | O_NOCTTY));
-    }
-
-    const char* pathname() const { return pathname_.c_str(); }
-
-    // Waits until the prompt has been shown, then types. The library prompts after switching the
-    // echo off, so nothing of the line is shown.
-    void answer(const std::string& prompt, const std::string& line) {
-        readUntil(prompt);
-        writeAll(main_.number(), line + '\n');
-    }
-
-    // Everything that the terminal has shown so far; `last` is known to come.
-    std::string shownUpTo(const std::string& last) {
-        readUntil(last);
-        return shown_;
-    }
-
-    void show(const std::string& text) { writeAll(held_.number(), text); }
-
-  private:
-    void readUntil(const std::string& end) {
-        while (!shown_.ends_with(end)) {
-            std::array<char, 256> piece{};
-            const ssize_t size = ::read(main_.number(), piece.data(), piece.size());
-            if (size <= 0) {
-                return;
-            }
-            shown_.append(piece.data(), static_cast<std::size_t>(size));
-        }
-    }
-
-    FileDescriptor main_;
-    FileDescriptor held_;
-    std::string pathname_;
-    std::string shown_;
-};
-
 TEST_F(PasswordTest, TerminalGivesPasswordsThatItDoesNotShow) {
     TerminalUser user;
     std::thread typing([&] {
@@ -203,7 +157,7 @@ TEST_F(PasswordTest, TerminalGivesPasswordsThatItDoesNotShow) {
               nullptr);
     typing.join();
     user.show("end");
-    EXPECT_EQ(user.shownUpTo("end"), "new: again: present: end");
+    EXPECT_EQ(user.shownUpTo("end"), "new: \r\nagain: \r\npresent: \r\nend");
     EXPECT_EQ(answerOf(library_.OvWallet_checkPasswordSupplied), 1);
     EXPECT_EQ(readText(directory_ / "password"), "tty\n");
 }

@@ -43,11 +43,11 @@ public final class SandboxWallet {
     public void add(String name, byte[] value) {
         byte[] line = Arrays.copyOf(value, value.length + 1);
         line[value.length] = '\n';
-        run(line, "add", name);
+        run(line, "add", "--", name);
     }
 
     public void delete(String name) {
-        run(new byte[0], "delete", name);
+        run(new byte[0], "delete", "--", name);
     }
 
     /** Makes the k-th call from now of that entry point fail. */

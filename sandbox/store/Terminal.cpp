@@ -1,4 +1,4 @@
-#include "sandbox/library/Terminal.h"
+#include "sandbox/store/Terminal.h"
 
 #include <fcntl.h>
 #include <termios.h>
@@ -13,7 +13,8 @@ namespace Orvanta_OvWallet::Sandbox {
 
 namespace {
 
-// Switches the echo of a terminal off while it lives; does nothing to what is no terminal.
+// While it lives, a terminal shows nothing of what is typed but the end of the line; does nothing
+// to what is no terminal.
 class SilentTerminal {
   public:
     explicit SilentTerminal(int fileDescriptor) : fileDescriptor_(fileDescriptor) {
@@ -21,6 +22,7 @@ class SilentTerminal {
         if (isTerminal_) {
             termios silent = before_;
             silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+            silent.c_lflag |= ECHONL;
             ::tcsetattr(fileDescriptor_, TCSADRAIN, &silent);
         }
     }
