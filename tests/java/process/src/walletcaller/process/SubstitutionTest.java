@@ -218,10 +218,10 @@ class SubstitutionTest extends ProcessTest {
     }
 
     @Test
-    void databaseIdMayHoldAnyCharacterButBlanks() {
-        scene.wallet().add("pw_\u00e9\u20ac", "value");
+    void databaseIdMayHoldAnyCharacterButASlash() {
+        scene.wallet().add("pw_\u00e9 \t\u20ac", "value");
         ConnectorJvm jvm = scene.start();
-        jvm.set(INPUT, "jdbc:orvanta://\u00e9\u20ac/", null, "$ovwallet(pw_$(ovpid))");
+        jvm.set(INPUT, "jdbc:orvanta://\u00e9 \t\u20ac/", null, "$ovwallet(pw_$(ovpid))");
 
         assertEquals(Outcome.RETURNED, jvm.call());
 
