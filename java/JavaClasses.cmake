@@ -2,7 +2,7 @@
 #
 #   walletcaller_java_classes(NAME SOURCES DIRECTORY [RELEASE N] [DEPENDS TARGET...] [JARS FILE...])
 #       compiles every .java file below DIRECTORY into a class directory of its own, with the
-#       classes of the targets and the jars on the class path. The default release is 11, the
+#       classes of the targets and the jars on the class path. The default release is 8, the
 #       oldest that the connector's users run. Defines a target NAME, part of "all".
 #   walletcaller_java_class_path(VARIABLE TARGET...)
 #       sets VARIABLE to the class directories of the targets, joined by ":".
@@ -24,7 +24,7 @@ endfunction()
 function(walletcaller_java_classes name)
     cmake_parse_arguments(PARSE_ARGV 1 java "" "SOURCES;RELEASE" "DEPENDS;JARS")
     if(NOT java_RELEASE)
-        set(java_RELEASE 11)
+        set(java_RELEASE 8)
     endif()
     file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${java_SOURCES}/*.java)
     if(NOT sources)
@@ -52,7 +52,7 @@ function(walletcaller_java_classes name)
         COMMAND ${CMAKE_COMMAND} -E rm -rf ${directory}
         COMMAND ${CMAKE_COMMAND} -E make_directory ${directory}
         COMMAND ${Java_JAVAC_EXECUTABLE} -encoding UTF-8 --release ${java_RELEASE}
-                -Xlint:all -Werror -cp ${class_path} -d ${directory} ${sources}
+                -Xlint:all,-options -Werror -cp ${class_path} -d ${directory} ${sources}
         COMMAND ${CMAKE_COMMAND} -E touch ${stamp}
         DEPENDS ${sources} ${stamps}
         COMMENT "Compiling the Java classes of ${name}"

@@ -9,6 +9,8 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
 import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Collections;
 import java.util.LinkedHashMap;
 import java.util.List;
 import java.util.Map;
@@ -30,18 +32,18 @@ import walletcaller.job.Login;
  */
 public final class Demo {
     private static final String URL = "^orvanta\\.";
-    private static final List<String> SECRETS = List.of("etl_reader", "s3cret (for sales)",
+    private static final List<String> SECRETS = Arrays.asList("etl_reader", "s3cret (for sales)",
             "etl_writer", "grüne Wälder");
     private static final List<String> FETCHES =
-            List.of("reader.name", "pw_sales-db", "com.orvanta.OV2", "pw_mart-db", "forest");
+            Arrays.asList("reader.name", "pw_sales-db", "com.orvanta.OV2", "pw_mart-db", "forest");
 
-    private final PrintStream out = new PrintStream(System.out, true, StandardCharsets.UTF_8);
+    private final PrintStream out = new PrintStream(System.out, true, "UTF-8");
     private final Path directory;
     private final Path journal;
     private final Databases databases;
     private boolean asExpected = true;
 
-    private Demo(Path directory, Path journal, Databases databases) {
+    private Demo(Path directory, Path journal, Databases databases) throws IOException {
         this.directory = directory;
         this.journal = journal;
         this.databases = databases;
@@ -114,7 +116,7 @@ public final class Demo {
                 + files.stream().map(file -> file.getFileName().toString()).sorted().distinct()
                         .collect(Collectors.joining(", "))
                 + "): " + (found.isEmpty() ? "none" : String.join(", ", found)));
-        check("secrets in the submitted files", List.of(), found);
+        check("secrets in the submitted files", Collections.emptyList(), found);
     }
 
     private void runJobWithAWrongReference() throws Exception {

@@ -4,7 +4,9 @@ import java.io.IOException;
 import java.net.URI;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.Paths;
 import java.nio.file.StandardCopyOption;
+import java.util.Arrays;
 import java.util.List;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
@@ -23,16 +25,16 @@ public class KeepingMapper extends Mapper<LongWritable, Text, LongWritable, Text
 
     @Override
     protected void setup(Context task) throws IOException, InterruptedException {
-        Path kept = Path.of(task.getConfiguration().get(DIRECTORY),
+        Path kept = Paths.get(task.getConfiguration().get(DIRECTORY),
                 task.getTaskAttemptID().toString());
         Files.createDirectories(kept);
-        Path submitted = Path.of(URI.create(
+        Path submitted = Paths.get(URI.create(
                 task.getConfiguration().get(MRJobConfig.MAPREDUCE_JOB_DIR)).getPath());
         for (Path file : files(submitted)) {
             Files.copy(file, kept.resolve(file.getFileName()), StandardCopyOption.REPLACE_EXISTING);
         }
-        for (String file : List.of("cmdline", "maps", "status")) {
-            Files.copy(Path.of("/proc/self", file), kept.resolve(file));
+        for (String file : Arrays.asList("cmdline", "maps", "status")) {
+            Files.copy(Paths.get("/proc/self", file), kept.resolve(file));
         }
     }
 

@@ -4,7 +4,6 @@ import com.orvanta.connector.common.exception.ConnectorException;
 import com.orvanta.connector.common.ovwallet.WalletCaller;
 import java.io.IOException;
 import java.io.PrintStream;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.Paths;
@@ -32,11 +31,11 @@ public final class Demo {
             "Attempt to get value from Orvanta Wallet failed because: There is no string named"
             + " \"reader.nmae\" in the wallet.";
 
-    private final PrintStream out = new PrintStream(System.out, true, StandardCharsets.UTF_8);
+    private final PrintStream out = new PrintStream(System.out, true, "UTF-8");
     private final Path journal;
     private boolean asExpected = true;
 
-    private Demo(Path journal) {
+    private Demo(Path journal) throws IOException {
         this.journal = journal;
     }
 
