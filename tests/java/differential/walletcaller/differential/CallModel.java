@@ -24,7 +24,7 @@ final class CallModel {
         this.texts = new EnumMap<>(testCase.texts());
     }
 
-    /** Predicts a call; the branches that it takes are added to {@code seen}. */
+    /** Predicts a call; what it meets on its way is added to {@code seen}. */
     static Outcome predict(TestCase testCase, Set<Branch> seen) {
         return predict(testCase, testCase.wallet()::get, MacroModel.BOUND, seen);
     }
@@ -37,37 +37,34 @@ final class CallModel {
         String message = null;
         try {
             for (Side side : Side.values()) {
-                expandSide(side);
+                String url = testCase.urls().get(side);
+                String databaseId = JdbcUrlModel.databaseId(
+                        url == null ? null : ByteText.ofUtf8(url), seen);
+                for (Property property : Property.of(side)) {
+                    expand(property, databaseId);
+                }
             }
             seen.add(Branch.CALL_SUCCEEDED);
         } catch (ModelFailure failure) {
-            noteMessage(failure.messageBytes);
             message = MessageModel.asJavaSees(failure.messageBytes);
         }
         return new Outcome(texts, written, fetched, message);
     }
 
-    private void expandSide(Side side) {
-        String ordinaryUrl = testCase.urls().get(side);
-        JdbcUrlModel url = JdbcUrlModel.parse(
-                ordinaryUrl == null ? null : ByteText.ofUtf8(ordinaryUrl), seen);
-        for (Property property : Property.of(side)) {
-            String text = texts.get(property);
-            noteText(text);
-            if (text == null) {
-                continue;
-            }
-            try {
-                String expanded = new MacroModel(url, this::fetch, bound, seen).expand(text);
-                texts.put(property, expanded);
-                written.add(property);
-                if (expanded.isEmpty() && !text.isEmpty()) {
-                    seen.add(Branch.EXPANDED_TO_NOTHING);
-                }
-            } catch (ModelFailure failure) {
-                seen.add(Branch.valueOf("FAILED_IN_" + property.name()));
-                throw failure;
-            }
+    private void expand(Property property, String databaseId) {
+        String text = texts.get(property);
+        if (text == null || text.isEmpty()) {
+            seen.add(text == null ? Branch.TEXT_NULL : Branch.TEXT_EMPTY);
+        }
+        if (text == null) {
+            return;
+        }
+        try {
+            texts.put(property, new MacroModel(databaseId, this::fetch, bound, seen).expand(text));
+            written.add(property);
+        } catch (ModelFailure failure) {
+            seen.add(Branch.valueOf("FAILED_IN_" + property.name()));
+            throw failure;
         }
     }
 
@@ -85,32 +82,5 @@ final class CallModel {
         seen.add(Branch.ENTRY_MISSING);
         throw MessageModel.failure("Attempt to get value from Orvanta Wallet failed because: ",
                 "There is no string named \"" + passed + "\" in the wallet.", "", seen);
-    }
-
-    private void noteText(String text) {
-        if (text == null) {
-            seen.add(Branch.TEXT_NULL);
-        } else if (text.isEmpty()) {
-            seen.add(Branch.TEXT_EMPTY);
-        } else {
-            if (!text.contains("$ovwallet")) {
-                seen.add(Branch.TEXT_WITHOUT_MACRO);
-            }
-            if (text.indexOf('\0') >= 0) {
-                seen.add(Branch.TEXT_WITH_NUL);
-            }
-            if (text.chars().anyMatch(b -> b >= 0x80)) {
-                seen.add(Branch.TEXT_NON_ASCII);
-            }
-        }
-    }
-
-    private void noteMessage(String messageBytes) {
-        if (messageBytes.chars().anyMatch(b -> b >= 0x80)) {
-            seen.add(Branch.MESSAGE_NON_ASCII);
-        }
-        if (messageBytes.chars().anyMatch(b -> b >= 0xF0)) {
-            seen.add(Branch.MESSAGE_BEYOND_BASIC_PLANE);
-        }
     }
 }
