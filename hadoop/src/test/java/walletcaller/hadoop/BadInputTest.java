@@ -9,6 +9,7 @@ import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import walletcaller.harness.ChildJvm;
 
 /** Properties and entries that nobody should have: the right result or one clear error. */
 class BadInputTest {

@@ -7,6 +7,7 @@ import java.util.List;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.MethodSource;
+import walletcaller.harness.ChildJvm;
 
 /** What a job in the local runner needs of the JVM's options. */
 class JavaOptionsTest {

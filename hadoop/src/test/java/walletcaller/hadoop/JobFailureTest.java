@@ -7,6 +7,7 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import java.nio.file.Path;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import walletcaller.harness.ChildJvm;
 
 /** What the person sees whose job cannot be set up, and that nothing is moved then. */
 class JobFailureTest {

@@ -9,6 +9,7 @@ import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.MethodSource;
+import walletcaller.harness.ChildJvm;
 import walletcaller.job.CopyJob;
 
 /** Whole jobs in Hadoop's local runner, on each Java that the machine has. */

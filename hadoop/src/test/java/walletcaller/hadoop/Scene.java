@@ -1,5 +1,7 @@
 package walletcaller.hadoop;
 
+import static org.junit.jupiter.api.Assertions.assertEquals;
+
 import java.io.IOException;
 import java.io.UncheckedIOException;
 import java.nio.charset.StandardCharsets;
@@ -14,7 +16,8 @@ import java.util.Properties;
 import java.util.stream.Collectors;
 import walletcaller.database.Databases;
 import walletcaller.job.KeepingMapper;
-import walletcaller.wallet.SandboxWallet;
+import walletcaller.harness.ChildJvm;
+import walletcaller.harness.SandboxWallet;
 
 /**
  * Everything that one job needs, under one fresh directory: a wallet, the two databases, and what
@@ -188,17 +191,23 @@ final class Scene implements AutoCloseable {
         return run(Jdk.current(), List.of(), List.of(), Build.classPath(), program, arguments);
     }
 
-    /** Runs a program of the tests. The command in front, empty or not, starts the JVM. */
+    /** Runs a program of the tests to its end. The command in front, empty or not, starts the JVM. */
     ChildJvm run(Jdk jdk, List<String> commandInFront, List<String> options, List<Path> classPath,
             String program, String... arguments) {
         try {
             Path directory = Files.createDirectory(path("work" + runs++));
-            List<String> all = new ArrayList<>(options);
-            all.add("-Djava.io.tmpdir=" + temporary);
+            List<String> launcher = new ArrayList<>(commandInFront);
+            launcher.add(jdk.java());
+            List<String> all = new ArrayList<>(jdk.options());
+            all.addAll(options);
+            all.addAll(List.of("-Xmx256m", "-Djava.io.tmpdir=" + temporary));
             List<String> command = new ArrayList<>(List.of("walletcaller.child." + program));
             command.addAll(List.of(arguments));
-            return new ChildJvm(directory, commandInFront, jdk, environment(), all,
-                    classPath, command);
+            ChildJvm jvm = new ChildJvm(
+                    directory, environment(), launcher, all, classPath, command);
+            jvm.finish(0);
+            assertEquals(List.of(), jvm.noise(), () -> "what the JVM says" + jvm.report());
+            return jvm;
         } catch (IOException failure) {
             throw new UncheckedIOException(failure);
         }

@@ -14,6 +14,7 @@ import java.util.TreeSet;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import walletcaller.harness.ChildJvm;
 
 /** What a job leaves for others to read while it runs: its configuration, splits and log. */
 class SubmittedFilesTest {

@@ -19,6 +19,7 @@ import org.junit.jupiter.api.AfterEach;
 import org.junit.jupiter.api.BeforeAll;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
+import walletcaller.harness.ChildJvm;
 import walletcaller.job.CopyJob;
 
 /** Whole jobs on a cluster of two nodes. */

@@ -25,6 +25,8 @@ final class Build {
 
     static final Path CHILD = property("child");
 
+    static final Path DIFFERENTIAL = property("differential");
+
     /** The JDK of JAVA_HOME, else the one that runs the test. */
     static final Path JAVA = java();
 

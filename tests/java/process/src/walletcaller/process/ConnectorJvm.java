@@ -3,6 +3,8 @@ package walletcaller.process;
 import java.nio.file.Path;
 import java.util.List;
 import java.util.Map;
+import java.util.stream.Stream;
+import walletcaller.harness.ChildJvm;
 
 /** A process that holds one job and makes the calls that the test asks for, one at a time. */
 final class ConnectorJvm extends ChildJvm {
@@ -14,8 +16,9 @@ final class ConnectorJvm extends ChildJvm {
     /** The pathname is that of the private directory, with a "/" at its end. */
     ConnectorJvm(Path workDirectory, Map<String, String> environment, List<Path> classPath,
             String privateDirectory) {
-        super(workDirectory, environment, classPath, List.of("-Xmx64m"), "CallServer",
-                List.of(privateDirectory));
+        super(workDirectory, environment, List.of(Build.JAVA.toString()),
+                Stream.concat(Scene.NATIVE_ACCESS.stream(), Stream.of("-Xmx64m")).toList(),
+                classPath, List.of("walletcaller.child.CallServer", privateDirectory));
         this.privateDirectory = privateDirectory;
     }
 

@@ -1,5 +1,7 @@
 package walletcaller.process;
 
+import static org.junit.jupiter.api.Assertions.assertEquals;
+
 import java.io.IOException;
 import java.io.UncheckedIOException;
 import java.nio.file.Files;
@@ -9,7 +11,9 @@ import java.util.ArrayList;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
-import walletcaller.wallet.SandboxWallet;
+import java.util.stream.Stream;
+import walletcaller.harness.ChildJvm;
+import walletcaller.harness.SandboxWallet;
 
 /**
  * Everything that one scenario needs, under one fresh directory: the private temporary directory
@@ -17,6 +21,10 @@ import walletcaller.wallet.SandboxWallet;
  * and package records. Neither of those two exists until the scenario makes it.
  */
 final class Scene implements AutoCloseable {
+    /** Newer JVMs warn without it, older ones do not know it. */
+    static final List<String> NATIVE_ACCESS =
+            List.of("-XX:+IgnoreUnrecognizedVMOptions", "--enable-native-access=ALL-UNNAMED");
+
     private final Path root;
     private final Path privateDirectory;
     private final SandboxWallet wallet;
@@ -146,17 +154,24 @@ final class Scene implements AutoCloseable {
     /** Runs a program of its own to its end and gives what it printed. */
     List<String> run(int exitCode, List<String> options, String mainClass, String... arguments) {
         ChildJvm jvm = startProgram(options, mainClass, arguments);
-        List<String> lines = jvm.finish(exitCode);
-        jvm.assertSilent();
-        return lines;
+        jvm.finish(exitCode);
+        assertSilent(jvm);
+        return jvm.lines();
     }
 
     /** Starts a program of its own, which gets the private directory as its first argument. */
     ChildJvm startProgram(List<String> options, String mainClass, String... arguments) {
-        List<String> all = new ArrayList<>(List.of(privateName()));
-        all.addAll(List.of(arguments));
-        return new ChildJvm(
-                directory(mainClass), environment(), Build.classPath(), options, mainClass, all);
+        return startProgram(
+                Build.classPath(), options, "walletcaller.child." + mainClass, arguments);
+    }
+
+    ChildJvm startProgram(
+            List<Path> classPath, List<String> options, String mainClass, String... arguments) {
+        List<String> program = new ArrayList<>(List.of(mainClass, privateName()));
+        program.addAll(List.of(arguments));
+        return new ChildJvm(directory(mainClass), environment(), List.of(Build.JAVA.toString()),
+                Stream.concat(NATIVE_ACCESS.stream(), options.stream()).toList(),
+                classPath, program);
     }
 
     /** Every process ends well and silently, and the wallet has everything back. */
@@ -164,9 +179,14 @@ final class Scene implements AutoCloseable {
     public void close() {
         for (ConnectorJvm jvm : running) {
             jvm.finish(0);
-            jvm.assertSilent();
+            assertSilent(jvm);
         }
         wallet.assertAtRest();
+    }
+
+    static void assertSilent(ChildJvm jvm) {
+        assertEquals(List.of(), jvm.noise(), "what the program did not print");
+        assertEquals(List.of(), jvm.log(), "standard error");
     }
 
     private Map<String, String> environment() {

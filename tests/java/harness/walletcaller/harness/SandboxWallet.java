@@ -1,4 +1,4 @@
-package walletcaller.wallet;
+package walletcaller.harness;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 

@@ -1,4 +1,4 @@
-package walletcaller.process;
+package walletcaller.harness;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.fail;
@@ -12,6 +12,7 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
+import java.util.HexFormat;
 import java.util.List;
 import java.util.Map;
 import java.util.concurrent.BlockingQueue;
@@ -22,37 +23,41 @@ import java.util.stream.Stream;
 
 /**
  * One JVM, started with {@code -Xcheck:jni}. What its program prints begins with "= "; every other
- * line of either stream, a warning of the JVM for instance, is noise.
+ * line on standard output, a warning of the JVM for instance, is noise.
  */
-class ChildJvm {
+public class ChildJvm {
     /** How long a child may be silent before it counts as hung; no test depends on the value. */
-    private static final long HUNG_AFTER_SECONDS = 120;
+    private static final long HUNG_AFTER_SECONDS = 600;
 
     private static final String END = "";
 
     private final Process process;
     private final Path workDirectory;
-    private final Path errors;
     private final Writer input;
     private final BlockingQueue<String> output = new LinkedBlockingQueue<>();
     private final List<String> noise = new ArrayList<>();
+    private final List<String> lines = new ArrayList<>();
 
-    ChildJvm(Path workDirectory, Map<String, String> environment, List<Path> classPath,
-            List<String> options, String mainClass, List<String> arguments) {
+    /**
+     * Starts it.
+     *
+     * @param workDirectory its own, where it also leaves its standard error
+     * @param launcher the java command, which others that lead to it may precede
+     * @param program a class and its arguments
+     */
+    public ChildJvm(Path workDirectory, Map<String, String> environment, List<String> launcher,
+            List<String> options, List<Path> classPath, List<String> program) {
         this.workDirectory = workDirectory;
-        this.errors = workDirectory.resolve("stderr");
-        List<String> command = new ArrayList<>(List.of(Build.JAVA.toString(), "-Xcheck:jni",
-                "-XX:ErrorFile=" + workDirectory.resolve("hs_err_%p.log"),
-                "-XX:-CreateCoredumpOnCrash", "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC",
-                "-XX:+IgnoreUnrecognizedVMOptions", "--enable-native-access=ALL-UNNAMED"));
+        List<String> command = new ArrayList<>(launcher);
+        command.addAll(List.of("-Xcheck:jni", "-XX:+UseSerialGC", "-XX:TieredStopAtLevel=1",
+                "-XX:-CreateCoredumpOnCrash",
+                "-XX:ErrorFile=" + workDirectory.resolve("hs_err_%p.log")));
         command.addAll(options);
         command.add("-cp");
         command.add(classPath.stream().map(Path::toString).collect(Collectors.joining(":")));
-        command.add("walletcaller.child." + mainClass);
-        command.addAll(arguments);
-        ProcessBuilder builder = new ProcessBuilder(command);
-        builder.directory(workDirectory.toFile());
-        builder.redirectError(errors.toFile());
+        command.addAll(program);
+        ProcessBuilder builder = new ProcessBuilder(command).directory(workDirectory.toFile())
+                .redirectError(errors().toFile());
         builder.environment().putAll(environment);
         try {
             process = builder.start();
@@ -60,36 +65,30 @@ class ChildJvm {
             throw new UncheckedIOException(failure);
         }
         input = process.outputWriter(StandardCharsets.US_ASCII);
-        Thread reader = new Thread(this::readOutput, "output of " + mainClass);
+        Thread reader = new Thread(this::readOutput, "output of " + program.get(0));
         reader.setDaemon(true);
         reader.start();
     }
 
     /** Sends one line and gives the answer to it. */
-    final String ask(String line) {
+    public final String ask(String line) {
         try {
             input.write(line + "\n");
             input.flush();
         } catch (IOException failure) {
             throw new AssertionError("the child is gone" + report(), failure);
         }
-        return nextLine();
-    }
-
-    /** The next line that the program prints, without its mark. */
-    final String nextLine() {
-        String line = next();
-        if (line.equals(END)) {
+        String answer = next();
+        if (answer.equals(END)) {
             fail("the child ended early" + report());
         }
-        return line;
+        return answer;
     }
 
-    /** Waits for the end; everything that the program still prints belongs to the result. */
-    final List<String> finish(int expectedExitCode) {
+    /** Waits for the end and gives what the program printed that was not asked for. */
+    public final List<String> finish(int expectedExitCode) {
         try {
             input.close();
-            List<String> lines = new ArrayList<>();
             for (String line = next(); !line.equals(END); line = next()) {
                 lines.add(line);
             }
@@ -108,19 +107,46 @@ class ChildJvm {
         }
     }
 
-    /** After the end: neither stream had a line that is not the program's own. */
-    final void assertSilent() {
-        assertEquals(List.of(), noise(), "what neither the program nor the test expects");
+    /** After the end: as {@link #finish} gave it. */
+    public final List<String> lines() {
+        return lines;
     }
 
-    /** After the end: both streams, without what the JVM says of options in its environment. */
-    final synchronized List<String> noise() {
-        try {
-            return Stream.concat(noise.stream(), Files.readAllLines(errors).stream())
-                    .filter(line -> !line.startsWith("Picked up ")).toList();
+    /** After the end: the one line that begins with that word, without it. */
+    public final String value(String word) {
+        List<String> values = lines.stream().filter(line -> line.startsWith(word + " "))
+                .map(line -> line.substring(word.length() + 1)).toList();
+        assertEquals(1, values.size(), () -> "lines with " + word + report());
+        return values.get(0);
+    }
+
+    /** A value that the program tells in hexadecimal, as the UTF-8 that it is. */
+    public final String text(String word) {
+        return new String(HexFormat.of().parseHex(value(word)), StandardCharsets.UTF_8);
+    }
+
+    /** After the end: what standard output holds that is not the program's own. */
+    public final synchronized List<String> noise() {
+        return List.copyOf(noise);
+    }
+
+    /** After the end: standard error, without what the JVM says of options in its environment. */
+    public final List<String> log() {
+        try (Stream<String> all = Files.lines(errors())) {
+            return all.filter(line -> !line.startsWith("Picked up ")).toList();
         } catch (IOException failure) {
             throw new UncheckedIOException(failure);
         }
+    }
+
+    /** Everything that was said, to tell in a test's messages. */
+    public final String report() {
+        return "; it printed\n" + String.join("\n", lines) + "\nits noise is\n"
+                + String.join("\n", noise()) + "\nand its log is\n" + String.join("\n", log());
+    }
+
+    private Path errors() {
+        return workDirectory.resolve("stderr");
     }
 
     private String next() {
@@ -137,9 +163,9 @@ class ChildJvm {
     }
 
     private void readOutput() {
-        try (BufferedReader lines = new BufferedReader(
+        try (BufferedReader reader = new BufferedReader(
                 new InputStreamReader(process.getInputStream(), StandardCharsets.UTF_8))) {
-            for (String line = lines.readLine(); line != null; line = lines.readLine()) {
+            for (String line = reader.readLine(); line != null; line = reader.readLine()) {
                 if (line.startsWith("= ")) {
                     output.add(line.substring(2));
                 } else {
@@ -161,9 +187,5 @@ class ChildJvm {
             return files.filter(file -> file.getFileName().toString().matches("hs_err.*|core.*"))
                     .toList();
         }
-    }
-
-    private String report() {
-        return "; it printed " + String.join("\n", noise());
     }
 }
