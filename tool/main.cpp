@@ -5,7 +5,7 @@
 
 #include "tool/command/parseCommandLine.h"
 #include "tool/explain/runExplain.h"
-#include "tool/output/TextPage.h"
+#include "tool/why/runWhy.h"
 
 namespace Orvanta_OvWallet::Tool {
 namespace {
@@ -18,7 +18,7 @@ struct Runner {
     }
     int operator()(const ExplainOptions& options) const { return runExplain(options); }
     int operator()(const DoctorOptions&) const { return kCannotTell; }
-    int operator()(const WhyOptions&) const { return kCannotTell; }
+    int operator()(const WhyOptions& options) const { return runWhy(options); }
     int operator()(const VersionOptions&) const { return kCannotTell; }
 };
 

@@ -35,7 +35,7 @@ struct ExplainOptions {
     std::optional<std::string> url;
     std::optional<std::string> text;
     std::optional<std::string> file;
-    bool standardInput = false;
+    std::optional<std::string> input;  // "-", or nothing
     bool fetch = false;
     bool batch = false;
     bool json = false;

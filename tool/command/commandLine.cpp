@@ -3,6 +3,7 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <map>
+#include <memory>
 
 #include "tool/command/nearestWord.h"
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr std::size_t kHelpColumn = 24;
 constexpr int kLongestTimeout = 3600;
+constexpr int kLargestProcess = 1 << 22;
 
 const std::map<std::string, Depth> kDepths{{"files", Depth::kFiles},
                                            {"load", Depth::kLoad},
@@ -30,16 +32,24 @@ std::string isDepth(const std::string& word) {
            (nearest ? "; did you mean \"" + *nearest + "\"?" : "");
 }
 
-std::string isDash(const std::string& word) {
-    return word == "-" ? std::string()
-                       : "\"" + word + "\" is not expected here; a text is given with --text, a " +
-                             "file with --file, and \"-\" stands for standard input";
+// Leaves out of the help what an option is checked against and what it excludes: that is said when
+// it matters, in the complaint.
+class PlainFormatter : public CLI::Formatter {
+  public:
+    std::string make_option_opts(const CLI::Option* option) const override {
+        const std::string type = option->get_type_name();
+        return type.empty() ? type : " " + type.substr(0, type.find(':'));
+    }
+};
+
+CLI::Validator between(int first, int last) {
+    return CLI::Range(first, last).description("");
 }
 
 CLI::App* addCommand(CLI::App& parser, const std::string& name, const std::string& description,
                      const std::string& example) {
     CLI::App* const command = parser.add_subcommand(name, description);
-    command->footer("\nExample:\n  " + example);
+    command->footer("Example:\n  " + example);
     return command;
 }
 
@@ -65,10 +75,10 @@ void addDoctor(CLI::App& parser, DoctorOptions& options) {
         ->type_name("FILE");
     command->add_option("--pid", options.process, "take user, limits, rights of that process")
         ->type_name("PID")
-        ->check(CLI::PositiveNumber);
+        ->check(between(1, kLargestProcess));
     command->add_option("--timeout", options.timeoutSeconds, "for the wallet's own code (10)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(1, kLongestTimeout));
+        ->check(between(1, kLongestTimeout));
     command->add_flag("--json", options.json, "one JSON object");
     command->add_flag("--strict", options.strict, "a warning counts as a failure");
     command->add_flag("--brief", options.brief, "the verdict only");
@@ -87,12 +97,8 @@ void addExplain(CLI::App& parser, ExplainOptions& options) {
             ->type_name("FILE")
             ->excludes(text);
     CLI::Option* const input =
-        command
-            ->add_option_function<std::string>(
-                "input", [&options](const std::string&) { options.standardInput = true; },
-                "a \"-\": reads the text from standard input")
+        command->add_option("input", options.input, "\"-\": reads the text from standard input")
             ->type_name("")
-            ->check(isDash)
             ->excludes(text)
             ->excludes(file);
     command->add_flag("--fetch", options.fetch, "asks the wallet for each entry");
@@ -108,7 +114,8 @@ void addWhy(CLI::App& parser, WhyOptions& options) {
     CLI::App* const command =
         addCommand(parser, "why", "Tells the cause of a message, and what to do about it.",
                    "yarn logs -applicationId application_1_1 | walletcaller why");
-    command->add_option("message", options.text, "the message; without it a log from standard input")
+    command
+        ->add_option("message", options.text, "the message; without it a log from standard input")
         ->type_name("");
 }
 
@@ -121,7 +128,7 @@ void addVersion(CLI::App& parser, VersionOptions& options) {
             ->type_name("");
     command->add_option("--pid", options.process, "every copy that this process has loaded")
         ->type_name("PID")
-        ->check(CLI::PositiveNumber)
+        ->check(between(1, kLargestProcess))
         ->excludes(file);
 }
 
@@ -133,15 +140,17 @@ std::unique_ptr<CLI::App> makeParser(ParsedOptions& options) {
         "walletcaller");
     // Words that nobody expects are collected, to be named with the nearest right one.
     parser->allow_extras();
-    parser->get_formatter()->column_width(kHelpColumn);
-    parser->get_formatter()->label("REQUIRED", "");
-    parser->set_version_flag("--version", WALLETCALLER_VERSION);
+    const auto formatter = std::make_shared<PlainFormatter>();
+    formatter->column_width(kHelpColumn);
+    parser->formatter(formatter);
+    parser->set_help_flag("-h,--help", "this text");
+    parser->set_version_flag("--version", WALLETCALLER_VERSION, "the version");
     addDoctor(*parser, options.doctor);
     addExplain(*parser, options.explain);
     addWhy(*parser, options.why);
     addVersion(*parser, options.version);
     parser->footer(
-        "\nExit status: 0 no failure predicted, 1 a job would fail, 2 wrong usage, 3 cannot\n"
+        "Exit status: 0 no failure predicted, 1 a job would fail, 2 wrong usage, 3 cannot\n"
         "tell, 4 prediction and rehearsal differ.\n\nExample:\n  walletcaller doctor");
     return parser;
 }

@@ -29,7 +29,8 @@ std::optional<std::string> nearestWord(std::string_view wrong,
     std::optional<std::string> nearest;
     std::size_t fewest = std::max<std::size_t>(wrong.size() / 3, 1) + 1;
     for (const std::string& word : words) {
-        const std::size_t distance = editDistance(wrong, word);
+        const bool begun = wrong.size() > 1 && word.starts_with(wrong);
+        const std::size_t distance = begun ? 1 : editDistance(wrong, word);
         if (distance < fewest) {
             fewest = distance;
             nearest = word;

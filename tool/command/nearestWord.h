@@ -14,7 +14,8 @@ namespace Orvanta_OvWallet::Tool {
 std::size_t editDistance(std::string_view left, std::string_view right);
 
 // The word that takes the fewest edits, if these are few enough for a slip of the finger: a third
-// of the word at most, one at least. Of equals the first.
+// of the word at most, one at least. A word that was only begun counts as one edit. Of equals the
+// first.
 std::optional<std::string> nearestWord(std::string_view wrong,
                                        const std::vector<std::string>& words);
 

@@ -5,6 +5,7 @@
 
 #include "tool/command/commandLine.h"
 #include "tool/command/nearestWord.h"
+#include "tool/output/printable.h"
 
 namespace Orvanta_OvWallet::Tool {
 namespace {
@@ -18,7 +19,7 @@ PrintText wrongUsage(const std::string& complaint, const std::string& command) {
 std::string withSuggestion(const std::string& complaint, const std::string& wrong,
                            const std::vector<std::string>& right) {
     const std::optional<std::string> nearest = nearestWord(wrong, right);
-    return complaint + " \"" + wrong + "\"" +
+    return complaint + " " + inQuotes(wrong) +
            (nearest ? "; did you mean \"" + *nearest + "\"?" : "");
 }
 
@@ -50,7 +51,7 @@ PrintText unexpected(const CLI::App& parser, const CLI::App* command, const std:
     if (word.starts_with("-")) {
         return wrongUsage(withSuggestion("there is no option", name, optionNames(owner)), where);
     }
-    return wrongUsage("\"" + word + "\" is one word too many", where);
+    return wrongUsage(inQuotes(word) + " is one word too many", where);
 }
 
 Command commandOf(const CLI::App& parser, ParsedOptions& options) {
@@ -60,12 +61,19 @@ Command commandOf(const CLI::App& parser, ParsedOptions& options) {
         return unexpected(parser, command, extras.front());
     }
     if (given.size() != 1) {
-        return given.empty() ? wrongUsage("a command is missing", "")
-                             : wrongUsage("\"" + given[1]->get_name() + "\" is a second command", "");
+        return given.empty()
+                   ? wrongUsage("a command is missing", "")
+                   : wrongUsage(inQuotes(given[1]->get_name()) + " is a second command", "");
     }
     const std::string name = command->get_name();
     if (name == "doctor") {
         return options.doctor;
+    }
+    if (name == "explain" && options.explain.input.value_or("-") != "-") {
+        return wrongUsage(inQuotes(*options.explain.input) +
+                              " is not expected here; --text gives a text, --file a file, \"-\" "
+                              "standard input",
+                          name);
     }
     if (name == "explain") {
         return options.explain;

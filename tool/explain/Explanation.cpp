@@ -26,8 +26,8 @@ std::vector<ExplainedPiece> piecesOf(Bytes name, Bytes databaseId) {
 }
 
 ExplainedReference explain(const WalletReference& reference, const JdbcUrlParts& url) {
-    ExplainedReference explained{reference.kind, reference.begin, reference.end,
-                                 entryNameOf(reference, url), {}};
+    ExplainedReference explained{
+        reference.kind, reference.begin, reference.end, entryNameOf(reference, url), {}};
     if (reference.kind == ReferenceKind::kNamed) {
         explained.pieces = piecesOf(reference.name, url.databaseId);
     }

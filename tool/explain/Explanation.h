@@ -46,7 +46,7 @@ struct Explanation {
     std::string databaseId;
     std::string defaultEntry;
     std::vector<ExplainedReference> references;  // up to the first that fails
-    std::optional<std::string> failure;          // what a job would be told, whatever the wallet has
+    std::optional<std::string> failure;  // what a job would be told, whatever the wallet has
     std::vector<Lint> lints;
 };
 

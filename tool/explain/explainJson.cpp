@@ -69,17 +69,14 @@ std::string explanationJson(const Explanation& explanation,
         json["references"].push_back(std::move(row));
     }
     for (const Lint& lint : explanation.lints) {
-        json["lints"].push_back({{"name", lint.name},
-                                 {"begin", lint.begin},
-                                 {"end", lint.end},
-                                 {"text", lint.text}});
+        json["lints"].push_back(
+            {{"name", lint.name}, {"begin", lint.begin}, {"end", lint.end}, {"text", lint.text}});
     }
     for (const FetchedEntry& entry : fetched) {
-        json["fetched"].push_back(
-            {{"entry", toBase64(entry.entry)},
-             {"there", entry.there},
-             {"holdsReferences", entry.holdsReferences},
-             {"failure", entry.there ? Json(nullptr) : Json(entry.failure)}});
+        json["fetched"].push_back({{"entry", toBase64(entry.entry)},
+                                   {"there", entry.there},
+                                   {"holdsReferences", entry.holdsReferences},
+                                   {"failure", entry.there ? Json(nullptr) : Json(entry.failure)}});
     }
     return toLine(json);
 }
@@ -93,9 +90,9 @@ std::string answerToBatchLine(const std::string& line) {
     const bool hasUrl = asked.contains("url") && !asked["url"].is_null();
     const std::unique_ptr<SecureByteVector> url =
         copyOf(hasUrl ? bytesOf(asked, "url") : std::string());
-    const Explanation explanation = explainText(
-        {text->begin(), text->size()},
-        hasUrl ? std::optional(std::span(url->begin(), url->size())) : std::nullopt);
+    const Explanation explanation =
+        explainText({text->begin(), text->size()},
+                    hasUrl ? std::optional(std::span(url->begin(), url->size())) : std::nullopt);
     Json answer{{"references", Json::array()},
                 {"failure", failureJson(explanation)},
                 {"lints", Json::array()}};

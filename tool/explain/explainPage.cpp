@@ -20,21 +20,21 @@ std::string rangeOf(std::size_t begin, std::size_t end) {
 const char* shapeOf(ReferenceKind kind) {
     return kind == ReferenceKind::kNamed  ? "$ovwallet(...)"
            : kind == ReferenceKind::kBare ? "$ovwallet"
-                                          : "$ovwallet, never closed";
+                                          : "$ovwallet(...";
 }
 
 void addReference(TextPage& page, const ExplainedReference& reference) {
-    page.add(rangeOf(reference.begin, reference.end) + " " + shapeOf(reference.kind),
-             kPieceIndent, "entry " + quoted(reference.entry));
+    page.add(rangeOf(reference.begin, reference.end) + " " + shapeOf(reference.kind), kPieceIndent,
+             "entry " + inQuotes(reference.entry));
     for (const ExplainedPiece& piece : reference.pieces) {
         const bool literal = piece.kind == NamePiece::Kind::kLiteral;
-        const std::string label = literal ? quoted(piece.written) : printable(piece.written);
-        page.add("       " + label, kPieceIndent, literal ? "as written" : quoted(piece.meaning));
+        const std::string label = literal ? inQuotes(piece.written) : printable(piece.written);
+        page.add("       " + label, kPieceIndent, literal ? "as written" : inQuotes(piece.meaning));
     }
 }
 
 void addFetched(TextPage& page, const FetchedEntry& entry) {
-    page.add("entry " + quoted(entry.entry), kPieceIndent,
+    page.add("entry " + inQuotes(entry.entry), kPieceIndent,
              !entry.there            ? printable(entry.failure)
              : entry.holdsReferences ? "there; it holds further references"
                                      : "there",
@@ -58,7 +58,7 @@ std::string conclusion(const Explanation& explanation, bool fetched) {
 void addExplanation(TextPage& page, const Explanation& explanation, bool hasUrl,
                     const std::vector<FetchedEntry>& fetched) {
     page.add("URL", kHeadIndent,
-             (hasUrl ? "database id " + quoted(explanation.databaseId) : "none") +
+             (hasUrl ? "database id " + inQuotes(explanation.databaseId) : "none") +
                  "; default entry " + printable(explanation.defaultEntry));
     page.add("Text", kHeadIndent,
              count(explanation.size, "byte") + ", " +

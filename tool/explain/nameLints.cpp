@@ -76,12 +76,13 @@ void addNameLints(const ExplainedReference& reference, std::span<const std::uint
                 lints.push_back({"W3", begin, end,
                                  "the keyword ends here, though a letter or digit follows; the "
                                  "entry " +
-                                     quoted(reference.entry) + " is fetched and the rest stays."});
+                                     inQuotes(reference.entry) +
+                                     " is fetched and the rest stays."});
             }
             break;
         case ReferenceKind::kUnclosed:
             lints.push_back({"W1", begin, end,
-                             "never closed: the entry " + quoted(reference.entry) +
+                             "never closed: the entry " + inQuotes(reference.entry) +
                                  " is fetched for $ovwallet; the other " +
                                  std::to_string(text.size() - end) +
                                  " bytes (not shown) stay in the credential. The job goes on and "

@@ -20,18 +20,17 @@ std::unique_ptr<SecureByteVector> textOf(const ExplainOptions& options) {
     if (options.file) {
         return readFile(*options.file);
     }
-    if (options.standardInput || ::isatty(STDIN_FILENO) != 1) {
+    if (options.input || ::isatty(STDIN_FILENO) != 1) {
         return readAll(STDIN_FILENO, "standard input");
     }
     return askOnTerminal();
 }
 
 int explainBatch() {
-    int status = kNoFailure;
     for (std::string line; std::getline(std::cin, line);) {
         writeOutput(answerToBatchLine(line) + "\n");
     }
-    return status;
+    return kNoFailure;
 }
 
 int statusOf(const Explanation& explanation, const std::vector<FetchedEntry>& fetched,

@@ -44,8 +44,9 @@ bool isNearMiss(Bytes word) {
         return false;
     }
     std::string lower(word.begin(), word.end());
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](char byte) { return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte; });
+    std::transform(lower.begin(), lower.end(), lower.begin(), [](char byte) {
+        return byte >= 'A' && byte <= 'Z' ? static_cast<char>(byte + ('a' - 'A')) : byte;
+    });
     return editDistance(lower, kWord) <= 1;
 }
 

@@ -44,8 +44,8 @@ void addUrlLints(std::span<const std::uint8_t> url, std::vector<Lint>& lints) {
     const std::size_t slash = rest.find('/');
     const std::string_view host = rest.substr(0, slash);
     if (slash == std::string_view::npos) {
-        lints.push_back({"U1", 0, 0,
-                         "there is no \"/\" after the host, so the database id is not the host."});
+        lints.push_back(
+            {"U1", 0, 0, "there is no \"/\" after the host, so the database id is not the host."});
     }
     if (std::any_of(host.begin(), host.end(), isUnusualInHost)) {
         lints.push_back({"U3", 0, 0,

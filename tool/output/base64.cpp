@@ -7,7 +7,7 @@ namespace {
 
 constexpr std::string_view kDigits =
     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-constexpr std::size_t kBytes = 3;   // that become
+constexpr std::size_t kBytes = 3;       // that become
 constexpr std::size_t kDigitCount = 4;  // digits of
 constexpr unsigned kBits = 6;
 constexpr std::uint32_t kMask = 63;

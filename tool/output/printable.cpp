@@ -69,12 +69,12 @@ std::string printable(std::span<const std::uint8_t> bytes) {
     return printable(asText(bytes));
 }
 
-std::string quoted(std::string_view text) {
+std::string inQuotes(std::string_view text) {
     return "\"" + printable(text) + "\"";
 }
 
-std::string quoted(std::span<const std::uint8_t> bytes) {
-    return quoted(asText(bytes));
+std::string inQuotes(std::span<const std::uint8_t> bytes) {
+    return inQuotes(asText(bytes));
 }
 
 bool isUtf8(std::string_view text) {

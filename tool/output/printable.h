@@ -14,8 +14,8 @@ std::string printable(std::string_view text);
 std::string printable(std::span<const std::uint8_t> bytes);
 
 // The same between double quotes.
-std::string quoted(std::string_view text);
-std::string quoted(std::span<const std::uint8_t> bytes);
+std::string inQuotes(std::string_view text);
+std::string inQuotes(std::span<const std::uint8_t> bytes);
 
 // Whether the text is UTF-8 throughout.
 bool isUtf8(std::string_view text);

@@ -1,0 +1,10 @@
+// The text of docs/errors.md, built in by tool/CMakeLists.txt.
+#pragma once
+
+#include <string_view>
+
+namespace Orvanta_OvWallet::Tool {
+
+extern const std::string_view kErrorPage;
+
+}  // namespace Orvanta_OvWallet::Tool
