@@ -6,7 +6,6 @@
 #include <optional>
 
 #include "session/InstallationLocator.h"
-#include "session/LineReader.h"
 #include "session/memoryMap.h"
 #include "support/NeverDestroyed.h"
 #include "support/OvWalletException.h"
@@ -28,18 +27,6 @@ void anchor() {}
 
 std::uint64_t anchorAddress() {
     return reinterpret_cast<std::uint64_t>(&anchor);
-}
-
-// The pathname that the memory map gives for the module.
-std::optional<std::string> pathnameFromMemoryMap() {
-    LineReader map("/proc/self/maps");
-    while (const std::optional<std::string> line = map.next()) {
-        const std::optional<Mapping> mapping = parseMapLine(*line);
-        if (mapping && mapping->begin <= anchorAddress() && anchorAddress() < mapping->end) {
-            return mapping->pathname;
-        }
-    }
-    return std::nullopt;
 }
 
 // Sets the name and ends the walk at the module with a segment that covers the anchor.
@@ -73,7 +60,8 @@ std::string& ModuleLocator() {
         return clientDir;
     }
     std::string mapMessage;
-    if (const std::optional<std::string> pathname = pathnameFromMemoryMap()) {
+    if (const std::optional<std::string> pathname =
+            pathnameMappedAt(anchorAddress(), "/proc/self/maps")) {
         mapMessage = InstallationLocator(*pathname, clientDir);
         if (mapMessage.empty()) {
             return clientDir;

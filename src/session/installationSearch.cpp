@@ -1,14 +1,17 @@
 #include "session/installationSearch.h"
 
 #include <sys/stat.h>
+#include <sys/types.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <optional>
 #include <set>
 #include <string_view>
 #include <utility>
 
 #include "session/DirectoryScanner.h"
-#include "session/LineReader.h"
 #include "session/pathnames.h"
 #include "session/walletFiles.h"
 #include "support/OvWalletException.h"
@@ -20,6 +23,33 @@ namespace {
 constexpr const char* kNotInstalled =
     "The Orvanta Wallet software is not installed; install version %s of the Orvanta Wallet "
     "software (available from %s) in order to use Orvanta Wallet.";
+
+struct Closer {
+    void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
+};
+
+// The buffer that getline allocates and grows.
+struct LineBuffer {
+    char* text = nullptr;
+    std::size_t capacity = 0;
+
+    LineBuffer() = default;
+    ~LineBuffer() { std::free(text); }
+    LineBuffer(const LineBuffer&) = delete;
+    LineBuffer& operator=(const LineBuffer&) = delete;
+};
+
+// The first line without its newline; empty as well for a file that cannot be read.
+std::string firstLine(const std::string& pathname) {
+    const std::unique_ptr<std::FILE, Closer> file(std::fopen(pathname.c_str(), "re"));
+    LineBuffer line;
+    const ssize_t length = file == nullptr ? 0 : ::getline(&line.text, &line.capacity, file.get());
+    if (length <= 0) {
+        return {};
+    }
+    const bool endsInNewline = line.text[length - 1] == '\n';
+    return {line.text, static_cast<std::size_t>(length) - (endsInNewline ? 1 : 0)};
+}
 
 bool isDirectory(const std::string& pathname) {
     struct stat status{};
@@ -55,8 +85,7 @@ bool isPackageRecord(const std::string& name) {
 
 PackageRecord readPackageRecord(const std::string& pathname) {
     using State = PackageRecord::State;
-    LineReader file(pathname + "/inst.dir");
-    std::string base = file.next().value_or("");
+    std::string base = firstLine(pathname + "/inst.dir");
     if (base.empty()) {
         return {State::hasNoFirstLine, {}};
     }

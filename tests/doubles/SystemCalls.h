@@ -31,6 +31,8 @@
     X(struct dirent*, readdir, (DIR * stream), (stream))                                           \
     X(int, closedir, (DIR * stream), (stream))                                                     \
     X(char*, getcwd, (char* buffer, std::size_t size), (buffer, size))                             \
+    X(int, open, (const char* path, int flags, mode_t mode), (path, flags, mode))                  \
+    X(ssize_t, read, (int descriptor, void* buffer, std::size_t size), (descriptor, buffer, size)) \
     X(std::FILE*, fopen, (const char* path, const char* mode), (path, mode))                       \
     X(void*, dlopen, (const char* path, int mode), (path, mode))                                   \
     X(void*, dlsym, (void* handle, const char* name), (handle, name))                              \

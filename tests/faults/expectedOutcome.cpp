@@ -5,7 +5,7 @@
 
 #include "doubles/ConnectorCalls.h"
 #include "doubles/PrivateModuleDir.h"
-#include "support/errnoText.h"
+#include "support/formatMessage.h"
 
 using Orvanta_OvWallet::errnoText;
 
@@ -127,7 +127,7 @@ std::string outcomeOfSystemCall(const Scenario& scenario, const std::string& cal
     if (name == "realpath") {
         return outcomeOfRealpath(scenario, detail, errnum);
     }
-    if (name == "fopen" || name == "getline") {
+    if (name == "open" || name == "read" || name == "fopen" || name == "getline") {
         return outcomeOfFile(detail);
     }
     if (name == "dlopen") {

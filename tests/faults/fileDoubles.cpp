@@ -119,11 +119,20 @@ void installStreamDoubles(const Machine& machine) {
         if (failsNow("fopen", path)) {
             return nullptr;
         }
+        return onTree(machine, path, [&](const char* real) { return real::fopen(real, mode); });
+    };
+    systemCalls().open = [&](const char* path, int flags, mode_t mode) {
+        if (failsNow("open", path)) {
+            return -1;
+        }
         if (machine.hidesModule && std::strcmp(path, "/proc/self/maps") == 0) {
             errno = EACCES;
-            return nullptr;
+            return -1;
         }
-        return onTree(machine, path, [&](const char* real) { return real::fopen(real, mode); });
+        return real::open(path, flags, mode);
+    };
+    systemCalls().read = [](int descriptor, void* buffer, std::size_t size) -> ssize_t {
+        return failsNow("read", "/proc/self/maps") ? -1 : real::read(descriptor, buffer, size);
     };
     systemCalls().getline = [](char** line, std::size_t* capacity, std::FILE* file) -> ssize_t {
         return failsNow("getline", openedFile.data()) ? -1 : real::getline(line, capacity, file);

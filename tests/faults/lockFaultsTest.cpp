@@ -7,7 +7,7 @@
 #include "faults/FaultCounts.h"
 #include "faults/WholeCall.h"
 #include "faults/expectedOutcome.h"
-#include "support/errnoText.h"
+#include "support/formatMessage.h"
 
 namespace {
 

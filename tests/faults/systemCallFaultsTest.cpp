@@ -9,7 +9,7 @@
 #include "faults/FaultCounts.h"
 #include "faults/WholeCall.h"
 #include "faults/expectedOutcome.h"
-#include "support/errnoText.h"
+#include "support/formatMessage.h"
 
 namespace {
 
@@ -87,8 +87,8 @@ INSTANTIATE_TEST_SUITE_P(OfTheCommandLink, SystemCallFaults,
                                                           kReadlinkErrors},
                                            SystemCallCase{kCommandLink, "realpath", kPathErrors},
                                            SystemCallCase{kCommandLink, "symlink", kSymlinkErrors},
-                                           SystemCallCase{kCommandLink, "fopen", kOpenErrors},
-                                           SystemCallCase{kCommandLink, "getline", kReadErrors},
+                                           SystemCallCase{kCommandLink, "open", kOpenErrors},
+                                           SystemCallCase{kCommandLink, "read", kReadErrors},
                                            SystemCallCase{kCommandLink, "dlopen", kNoErrno},
                                            SystemCallCase{kCommandLink, "dlsym", kNoErrno},
                                            SystemCallCase{kCommandLink, "dlclose", kNoErrno},
@@ -112,8 +112,8 @@ INSTANTIATE_TEST_SUITE_P(OfThePackageDatabase, SystemCallFaults,
 INSTANTIATE_TEST_SUITE_P(OfASecondCall, SystemCallFaults,
                          ::testing::Values(SystemCallCase{kSecondCall, "readlink", kReadlinkErrors},
                                            SystemCallCase{kSecondCall, "realpath", kPathErrors},
-                                           SystemCallCase{kSecondCall, "fopen", kOpenErrors},
-                                           SystemCallCase{kSecondCall, "getline", kReadErrors},
+                                           SystemCallCase{kSecondCall, "open", kOpenErrors},
+                                           SystemCallCase{kSecondCall, "read", kReadErrors},
                                            SystemCallCase{kSecondCall, "dlopen", kNoErrno},
                                            SystemCallCase{kSecondCall, "dlsym", kNoErrno},
                                            SystemCallCase{kSecondCall, "dlclose", kNoErrno},

@@ -33,7 +33,7 @@ Fault anyFault(std::mt19937& random) {
         {"wallet", 10, kReturnsError},
         {"wallet", 10, kHandsOutNull},
         {"readlink", 2, EIO},
-        {"getline", 2, EIO},
+        {"read", 2, EIO},
         {"dlopen", 1},
         {"dlsym", 41},
         {"dlclose", 1},

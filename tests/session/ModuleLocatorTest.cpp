@@ -16,7 +16,7 @@
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
-#include "support/NotInstalledException.h"
+#include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
 namespace {
@@ -46,12 +46,12 @@ std::string noLinkIn(std::string directory) {
 class MemoryMap {
   public:
     static void isMissing() {
-        systemCalls().fopen = [](const char* path, const char* mode) -> std::FILE* {
+        systemCalls().open = [](const char* path, int flags, mode_t mode) {
             if (std::strcmp(path, "/proc/self/maps") == 0) {
                 errno = ENOENT;
-                return nullptr;
+                return -1;
             }
-            return real::fopen(path, mode);
+            return real::open(path, flags, mode);
         };
     }
 
@@ -72,9 +72,9 @@ class MemoryMap {
 
     void is(const std::string& content) {
         writeFile(directory_ / "maps", content);
-        systemCalls().fopen = [this](const char* path, const char* mode) {
+        systemCalls().open = [this](const char* path, int flags, mode_t mode) {
             const bool isMap = std::strcmp(path, "/proc/self/maps") == 0;
-            return real::fopen(isMap ? (directory_ / "maps").c_str() : path, mode);
+            return real::open(isMap ? (directory_ / "maps").c_str() : path, flags, mode);
         };
     }
 
@@ -302,7 +302,7 @@ ElfW(Phdr) segment(ElfW(Addr) begin, ElfW(Addr) end) {
 
 constexpr ElfW(Addr) kLastAddress = ~ElfW(Addr){0};
 
-TEST_F(ModuleLocatorTest, LooksAtTheFirstSegmentAndNotBehindTheLast) {
+TEST_F(ModuleLocatorTest, LooksAtTheFirstSegmentAndNotAfterTheLast) {
     MemoryMap::isMissing();
     linkerKnows({segment(0, kLastAddress)}, 1);
     EXPECT_EQ(locate(), kNoSuchFile);
@@ -312,7 +312,7 @@ TEST_F(ModuleLocatorTest, LooksAtTheFirstSegmentAndNotBehindTheLast) {
 }
 
 // The code's address is where the shortest range that covers it from below ends and the shortest
-// one from above begins. Fails unless ranges hold their first address and not the one behind them.
+// one from above begins. Fails unless ranges hold their first address and not the one after them.
 template <typename IsCovered>
 void expectExactRanges(const IsCovered& isCovered) {
     ElfW(Addr) highestBegin = 0;

@@ -1,6 +1,6 @@
 // A shared module that holds our code, as the JVM loads it, with one function to call from outside.
 //
-// It has a double of its own for fopen: the test program's doubles do not reach into a module.
+// It has a double of its own for open: the test program's doubles do not reach into a module.
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -15,12 +15,12 @@ bool memoryMapIsMissing = false;
 
 extern "C" {
 
-std::FILE* __real_fopen(const char* path, const char* mode);
-std::FILE* __wrap_fopen(const char* path, const char* mode);
+int __real_open(const char* path, int flags);
+int __wrap_open(const char* path, int flags);
 
-std::FILE* __wrap_fopen(const char* path, const char* mode) {
+int __wrap_open(const char* path, int flags) {
     const bool isMemoryMap = std::strcmp(path, "/proc/self/maps") == 0;
-    return isMemoryMap && memoryMapIsMissing ? nullptr : __real_fopen(path, mode);
+    return isMemoryMap && memoryMapIsMissing ? -1 : __real_open(path, flags);
 }
 
 [[gnu::visibility("default")]] void locateModule(bool withMemoryMap, char* text, std::size_t size);
