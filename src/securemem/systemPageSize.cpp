@@ -6,7 +6,7 @@
 #include <string>
 
 #include "support/OvWalletException.h"
-#include "support/errnoText.h"
+#include "support/formatMessage.h"
 
 namespace Orvanta_OvWallet {
 namespace {

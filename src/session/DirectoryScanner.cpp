@@ -7,7 +7,6 @@
 #include <exception>
 
 #include "support/OvWalletException.h"
-#include "support/errnoText.h"
 #include "support/formatMessage.h"
 #include "wallet/ProcessLock.h"
 

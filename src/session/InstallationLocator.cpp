@@ -7,7 +7,7 @@
 #include "session/helperExecutable.h"
 #include "session/pathnames.h"
 #include "session/walletFiles.h"
-#include "support/errnoText.h"
+#include "support/formatMessage.h"
 
 namespace Orvanta_OvWallet {
 namespace {

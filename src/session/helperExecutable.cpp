@@ -7,8 +7,7 @@
 #include <cerrno>
 
 #include "session/walletFiles.h"
-#include "support/NotInstalledException.h"
-#include "support/errnoText.h"
+#include "support/OvWalletException.h"
 #include "support/formatMessage.h"
 
 namespace Orvanta_OvWallet {

@@ -9,7 +9,6 @@
 #include "session/installationSearch.h"
 #include "session/walletFiles.h"
 #include "support/OvWalletException.h"
-#include "support/errnoText.h"
 #include "support/formatMessage.h"
 #include "wallet/ProcessLock.h"
 

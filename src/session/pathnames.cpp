@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "support/OvWalletException.h"
-#include "support/errnoText.h"
+#include "support/formatMessage.h"
 
 namespace Orvanta_OvWallet {
 namespace {

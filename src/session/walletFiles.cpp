@@ -1,6 +1,6 @@
 #include "session/walletFiles.h"
 
-#include "support/NotInstalledException.h"
+#include "support/OvWalletException.h"
 #include "support/formatMessage.h"
 
 namespace Orvanta_OvWallet {

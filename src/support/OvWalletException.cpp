@@ -8,6 +8,8 @@ OvWalletException::OvWalletException(std::string message) : message_(std::move(m
 
 OvWalletException::~OvWalletException() = default;
 
+NotInstalledException::~NotInstalledException() = default;
+
 const char* OvWalletException::what() const noexcept {
     return message_.c_str();
 }

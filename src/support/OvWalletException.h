@@ -1,7 +1,7 @@
-// A failure of this library, with its whole message in plain words.
+// The failures of this library, each with its whole message in plain words.
 //
-// The entry point turns it into the Java exception that the caller sees; the wrappers of the wallet
-// library turn it into an error object. The message is copied and owned.
+// The entry point turns them into the Java exception that the caller sees; the wrappers of the
+// wallet library turn them into error objects. The message is copied and owned.
 #pragma once
 
 #include <exception>
@@ -22,6 +22,19 @@ class OvWalletException : public std::exception {
 
   private:
     std::string message_;
+};
+
+// The OvWallet software is not installed where it was looked for.
+//
+// Catch it before OvWalletException where the two must be told apart: it becomes error code 12,
+// every other failure 11.
+class NotInstalledException : public OvWalletException {
+  public:
+    using OvWalletException::OvWalletException;
+    ~NotInstalledException() override;
+
+    NotInstalledException(const NotInstalledException&) = default;
+    NotInstalledException& operator=(const NotInstalledException&) = default;
 };
 
 }  // namespace Orvanta_OvWallet

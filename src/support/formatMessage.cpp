@@ -1,9 +1,11 @@
 #include "support/formatMessage.h"
 
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <list>
-#include <sstream>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include <utf8.h>
@@ -25,17 +27,13 @@ std::string encode(const CodePoints& codePoints) {
     return text;
 }
 
-template <typename Number>
-std::string decimal(Number number) {
-    std::ostringstream stream;
-    stream << number;
-    return stream.str();
-}
-
 std::string upperCaseHexadecimal(unsigned number) {
-    std::ostringstream stream;
-    stream << std::hex << std::uppercase << number;
-    return stream.str();
+    std::string digits;
+    do {
+        digits.insert(digits.begin(), "0123456789ABCDEF"[number % 16]);
+        number /= 16;
+    } while (number != 0);
+    return digits;
 }
 
 // The arguments of one message, read in the order of the conversions.
@@ -46,21 +44,28 @@ class Arguments {
     Arguments(const Arguments&) = delete;
     Arguments& operator=(const Arguments&) = delete;
 
-    // The text for a conversion, named by the letter behind its "%".
-    std::string take(std::uint32_t letter) {
-        switch (letter) {
+    // The text for the conversion whose letters begin here, and moves past them; nothing when they
+    // are none. Precondition: there is a letter.
+    std::optional<std::string> take(CodePoints::const_iterator& letter,
+                                    CodePoints::const_iterator textEnd) {
+        switch (*letter++) {
+            case '%':
+                return "%";
             case 's':
                 return va_arg(list_, const char*);
             case 'u':
-                return decimal(va_arg(list_, unsigned));
+                return std::to_string(va_arg(list_, unsigned));
             case 'd':
-                return decimal(va_arg(list_, int));
-            case 'l':
-                return decimal(va_arg(list_, long));
+                return std::to_string(va_arg(list_, int));
             case 'X':
                 return upperCaseHexadecimal(va_arg(list_, unsigned));
+            case 'l':
+                if (letter != textEnd && *letter++ == 'd') {
+                    return std::to_string(va_arg(list_, long));
+                }
+                return std::nullopt;
             default:
-                return "%";
+                return std::nullopt;
         }
     }
 
@@ -68,54 +73,53 @@ class Arguments {
     std::va_list list_;
 };
 
-// How many code points from the letter on make the conversion: 0 when they are none.
-std::ptrdiff_t conversionLength(CodePoints::const_iterator letter,
-                                CodePoints::const_iterator textEnd) {
-    switch (*letter) {
-        case '%':
-        case 's':
-        case 'u':
-        case 'd':
-        case 'X':
-            return 1;
-        case 'l':
-            return std::next(letter) != textEnd && *std::next(letter) == 'd' ? 2 : 0;
-        default:
-            return 0;
+std::string format(const char* messageTemplate, Arguments& arguments) {
+    CodePoints text = decode(messageTemplate);
+    for (auto position = text.cbegin(); position != text.cend();) {
+        auto next = std::next(position);
+        std::optional<std::string> replacement;
+        if (*position == '%' && next != text.cend()) {
+            replacement = arguments.take(next, text.cend());
+        }
+        if (!replacement) {
+            ++position;
+            continue;
+        }
+        // The walk goes on after what is inserted, so that no conversion is seen in it.
+        CodePoints inserted = decode(*replacement);
+        position = text.erase(position, next);
+        text.splice(position, inserted);
     }
+    return encode(text);
 }
 
 }  // namespace
 
 std::string formatMessage(const char* messageTemplate, ...) {  // NOLINT(cert-dcl50-cpp)
-    std::va_list arguments;
-    va_start(arguments, messageTemplate);
-    try {
-        std::string message = formatMessageV(messageTemplate, arguments);
-        va_end(arguments);
-        return message;
-    } catch (...) {
-        va_end(arguments);
-        throw;
-    }
+    std::va_list started;
+    va_start(started, messageTemplate);
+    Arguments arguments(started);
+    va_end(started);
+    return format(messageTemplate, arguments);
 }
 
 std::string formatMessageV(const char* messageTemplate, std::va_list startedArguments) {
     Arguments arguments(startedArguments);
-    CodePoints text = decode(messageTemplate);
-    for (auto position = text.begin(); position != text.end();) {
-        const auto letter = std::next(position);
-        const bool percent = *position == '%' && letter != text.end();
-        const std::ptrdiff_t length = percent ? conversionLength(letter, text.end()) : 0;
-        if (length == 0) {
-            ++position;
-            continue;
+    return format(messageTemplate, arguments);
+}
+
+std::string errnoText(int errnum) {
+    constexpr std::size_t kBufferStep = 1000;
+    std::string buffer(kBufferStep, '\0');
+    for (;;) {
+        const char* text = ::strerror_r(errnum, buffer.data(), buffer.size());
+        const std::size_t length = std::strlen(text);
+        // A text that fills the buffer may have been cut; a static one never is.
+        if (text != buffer.data() || length + 1 != buffer.size()) {
+            return {text, length};
         }
-        CodePoints replacement = decode(arguments.take(*letter));
-        position = text.erase(position, std::next(letter, length));
-        text.splice(position, replacement);
+        buffer.resize(length + 1 + kBufferStep);
     }
-    return encode(text);
 }
 
 }  // namespace Orvanta_OvWallet

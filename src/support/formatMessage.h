@@ -1,4 +1,4 @@
-// The formatter behind every message of this library.
+// What every message of this library passes through: the formatter, and the texts of error numbers.
 //
 // Conversions: "%%", "%s" (NUL-terminated UTF-8), "%u", "%d", "%ld" and "%X" (upper case,
 // unsigned), without flags, width or precision. Anything else after a "%", and a "%" at the end, is
@@ -22,5 +22,10 @@ namespace Orvanta_OvWallet {
 // The same for an argument list that was started already; the caller ends it.
 [[gnu::format(printf, 1, 0)]] std::string formatMessageV(const char* messageTemplate,
                                                          std::va_list startedArguments);
+
+// The system's text for an error number, for the "(errno = ...)" part of messages, whole whatever
+// its length. errno itself is not read: save it on the line after the failing call and pass it
+// here.
+std::string errnoText(int errnum);
 
 }  // namespace Orvanta_OvWallet

@@ -19,7 +19,7 @@
 #include <optional>
 #include <utility>
 
-#include "support/NotInstalledException.h"
+#include "support/OvWalletException.h"
 #include "support/inSilence.h"
 #include "wallet/ErrorRegistry.h"
 #include "wallet/ProcessLock.h"

@@ -7,7 +7,7 @@
 #include "support/NeverDestroyed.h"
 #include "support/OvWalletException.h"
 #include "support/UnboundedCounter.h"
-#include "support/errnoText.h"
+#include "support/formatMessage.h"
 
 namespace Orvanta_OvWallet {
 namespace {

@@ -13,7 +13,7 @@
 
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
-#include "support/NotInstalledException.h"
+#include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
 namespace {

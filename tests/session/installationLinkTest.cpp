@@ -18,7 +18,7 @@
 #include "doubles/TemporaryDirectory.h"
 #include "session/OperatingSystemDouble.h"
 #include "session/installationSearch.h"
-#include "support/NotInstalledException.h"
+#include "support/OvWalletException.h"
 #include "wallet/ProcessLock.h"
 
 namespace Orvanta_OvWallet {

@@ -12,7 +12,7 @@
 #include "doubles/FailingHeap.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
-#include "support/NotInstalledException.h"
+#include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
 namespace {

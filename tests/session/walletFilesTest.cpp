@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include "support/NotInstalledException.h"
+#include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
 namespace {

@@ -10,6 +10,7 @@ namespace Orvanta_OvWallet {
 namespace {
 
 static_assert(std::is_base_of_v<std::exception, OvWalletException>);
+static_assert(std::is_base_of_v<OvWalletException, NotInstalledException>);
 static_assert(std::has_virtual_destructor_v<OvWalletException>);
 
 TEST(OvWalletException, SaysItsMessageUnchanged) {
@@ -42,6 +43,28 @@ TEST(OvWalletException, IsCaughtAsAStandardException) {
     } catch (const std::exception& exception) {
         EXPECT_STREQ(exception.what(), "thrown");
     }
+}
+
+TEST(NotInstalledException, IsCaughtByAHandlerForTheGeneralFailure) {
+    try {
+        throw NotInstalledException("missing");
+    } catch (const OvWalletException& exception) {
+        EXPECT_STREQ(exception.what(), "missing");
+    }
+}
+
+TEST(NotInstalledException, IsToldApartByAHandlerBeforeTheGeneralOne) {
+    const auto handlerOf = [](const auto& exception) -> std::string {
+        try {
+            throw exception;
+        } catch (const NotInstalledException&) {
+            return "not installed";
+        } catch (const OvWalletException&) {
+            return "failed";
+        }
+    };
+    EXPECT_EQ(handlerOf(NotInstalledException("message")), "not installed");
+    EXPECT_EQ(handlerOf(OvWalletException("message")), "failed");
 }
 
 }  // namespace

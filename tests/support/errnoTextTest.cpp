@@ -1,4 +1,4 @@
-#include "support/errnoText.h"
+#include "support/formatMessage.h"
 
 #include <cerrno>
 #include <cstring>

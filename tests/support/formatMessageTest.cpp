@@ -2,6 +2,7 @@
 
 #include <climits>
 #include <cstdarg>
+#include <locale>
 #include <new>
 #include <string>
 #include <thread>
@@ -85,7 +86,19 @@ TEST(FormatMessage, InsertsHexadecimalNumbersInUpperCase) {
     EXPECT_EQ(format("%X %X %X", 0U, 0x1234ABCDU, 4294967295U), "0 1234ABCD FFFFFFFF");
 }
 
-TEST(FormatMessage, ANumberBehindAHexadecimalOneIsDecimal) {
+TEST(FormatMessage, GivesPlainDigitsWhateverTheGlobalLocaleIs) {
+    struct Grouping : std::numpunct<char> {
+        char do_thousands_sep() const override { return '.'; }
+        std::string do_grouping() const override { return "\3"; }
+    };
+    const std::locale before =
+        std::locale::global(std::locale(std::locale::classic(), new Grouping));
+    EXPECT_EQ(format("%d %u %ld %X", -1234567, 1234567U, 1234567L, 0x1234567U),
+              "-1234567 1234567 1234567 1234567");
+    std::locale::global(before);
+}
+
+TEST(FormatMessage, ANumberAfterAHexadecimalOneIsDecimal) {
     EXPECT_EQ(format("%X %u %d %ld", 16U, 16U, 16, 16L), "10 16 16 16");
 }
 
@@ -98,7 +111,7 @@ TEST(FormatMessage, KeepsWhatIsNoConversion) {
     EXPECT_EQ(format("%i %x %c %5d %-s %.2s %S %U"), "%i %x %c %5d %-s %.2s %S %U");
 }
 
-TEST(FormatMessage, FindsTheConversionBehindWhatIsNone) {
+TEST(FormatMessage, FindsTheConversionAfterWhatIsNone) {
     EXPECT_EQ(format("%q%s", "text"), "%qtext");
     EXPECT_EQ(format("% %s", "text"), "% text");
 }

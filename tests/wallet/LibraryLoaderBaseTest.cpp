@@ -17,7 +17,7 @@
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
 #include "session/ModuleLocator.h"
-#include "support/NotInstalledException.h"
+#include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet::PrivateStuff {
 namespace {
