@@ -14,7 +14,12 @@ std::string count(std::size_t number, const char* what) {
 }
 
 std::string rangeOf(std::size_t begin, std::size_t end) {
-    return "[" + std::to_string(begin) + "," + std::to_string(end) + ")";
+    std::string range = "[";
+    range += std::to_string(begin);
+    range += ',';
+    range += std::to_string(end);
+    range += ')';
+    return range;
 }
 
 const char* shapeOf(ReferenceKind kind) {

@@ -9,7 +9,7 @@
 
 #include "securemem/PoolBlock.h"
 #include "support/OvWalletException.h"
-#include "support/errnoText.h"
+#include "support/formatMessage.h"
 
 namespace Orvanta_OvWallet::Tool {
 namespace {

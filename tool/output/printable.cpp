@@ -70,7 +70,10 @@ std::string printable(std::span<const std::uint8_t> bytes) {
 }
 
 std::string inQuotes(std::string_view text) {
-    return "\"" + printable(text) + "\"";
+    std::string quoted = "\"";
+    quoted += printable(text);
+    quoted += '"';
+    return quoted;
 }
 
 std::string inQuotes(std::span<const std::uint8_t> bytes) {
