@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "tool/command/parseCommandLine.h"
+#include "tool/doctor/runDoctor.h"
 #include "tool/explain/runExplain.h"
 #include "tool/why/runWhy.h"
 
@@ -17,7 +18,7 @@ struct Runner {
         return print.exitStatus;
     }
     int operator()(const ExplainOptions& options) const { return runExplain(options); }
-    int operator()(const DoctorOptions&) const { return kCannotTell; }
+    int operator()(const DoctorOptions& options) const { return runDoctor(options); }
     int operator()(const WhyOptions& options) const { return runWhy(options); }
     int operator()(const VersionOptions&) const { return kCannotTell; }
 };

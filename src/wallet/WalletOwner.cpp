@@ -5,12 +5,6 @@
 #include "wallet/inOwnWords.h"
 
 namespace Orvanta_OvWallet {
-namespace {
-
-constexpr const char* kCannotUseWallet = "Attempt to use Orvanta Wallet failed because: %s";
-
-}  // namespace
-
 void throwWalletError(const char* messageTemplate, WalletError* error) {
     const OwnedWalletError owner(error);
     const char* const description =

@@ -48,6 +48,9 @@ using OwnedWalletError = WalletOwner<WalletError, OvWallet_freeError>;
 // describing it, its own message is all there is.
 [[noreturn]] void throwWalletError(const char* messageTemplate, WalletError* error);
 
+// The template of openWallet's failure.
+inline constexpr const char* kCannotUseWallet = "Attempt to use Orvanta Wallet failed because: %s";
+
 // Opens the wallet of the effective user, loading the client library when nothing keeps it loaded.
 // The caller frees the wallet, best through an OwnedWallet; it may be null. Throws
 // OvWalletException "Attempt to use Orvanta Wallet failed because: TEXT".

@@ -55,7 +55,8 @@ void TextPage::add(std::string_view label, std::size_t indent, std::string_view 
     bool beginsLine = true;
     for (const std::string_view word : wordsOf(text)) {
         const std::size_t width = widthOf(word);
-        if (!beginsLine && column + 1 + width > kColumns) {
+        // A word that fits on no line stays where it is.
+        if (!beginsLine && column + 1 + width > kColumns && indent + width <= kColumns) {
             text_ += '\n';
             column = 0;
             beginsLine = true;

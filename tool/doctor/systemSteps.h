@@ -1,0 +1,14 @@
+// Steps "memory" and "texts", which never make a job fail.
+#pragma once
+
+#include "tool/command/CommandOptions.h"
+#include "tool/doctor/Report.h"
+
+namespace Orvanta_OvWallet::Tool {
+
+// What can be locked: told from the limits at depth "files", tried in a child otherwise.
+void addMemoryStep(Depth depth, int timeoutSeconds, Report& report);
+
+void addTextsStep(Report& report);
+
+}  // namespace Orvanta_OvWallet::Tool
