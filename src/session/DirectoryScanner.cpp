@@ -61,6 +61,7 @@ class DirectoryStream {
 }  // namespace
 
 void DirectoryScanner(std::set<std::string>& names, const std::string& directory) {
+    // Opened before anything else, so that names is untouched when that fails.
     DirectoryStream stream(directory);
     try {
         const ProcessLockGuard lock;

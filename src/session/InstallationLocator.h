@@ -19,19 +19,10 @@ CanonicalPath clientDirectory(const std::string& walletDir);
 // found, as a whole sentence for the user; clientDir then holds nothing of use.
 //
 // A module name without "/" is looked for in the directories listed in the environment variable
-// "PATH". An empty element of the list stands for the root directory.
-// Any number of links is followed, so links in a cycle keep the caller here for ever.
+// "PATH". An empty element of the list stands for the root directory. Any number of links is
+// followed, so links in a cycle keep the caller here for ever.
 //
-// Returned messages:
-//   Failed to find "MODULE" in directories listed in $PATH.
-//   "MODULE" does not name an existing file.
-//   The symbolic link at "PATHNAME" is empty.
-//   A failure accessing "PATHNAME" occurred (errno = TEXT).
-//   The ovwalletdir symbolic link is not present in "DIRECTORY".
-//   Cannot read the contents of the ovwalletdir symbolic link (in "DIRECTORY") (errno = TEXT).
-//   The ovwalletdir symbolic link (in "DIRECTORY") is empty.
-//   those of checkHelperExecutable
-// Thrown: OvWalletException of CurrentDirectory, NotInstalledException of checkHelperExecutable.
+// Throws what CurrentDirectory and checkHelperExecutable throw.
 std::string InstallationLocator(const std::string& moduleName, std::string& clientDir);
 
 }  // namespace Orvanta_OvWallet

@@ -67,6 +67,7 @@ std::string& ModuleLocator() {
             return clientDir;
         }
     }
+    // A deleted file is marked in the map's name, not in the linker's; and there may be no map.
     const std::string pathname = pathnameFromLinker();
     if (pathname.empty()) {
         throw OvWalletException(mapMessage.empty() ? kNoPathname : mapMessage);

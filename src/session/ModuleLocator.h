@@ -17,10 +17,8 @@ extern bool moduleLocationEnabled;
 // Returns the one client directory string of the process, filled afresh by each call. The caller
 // holds ProcessLock, which guards the string.
 //
-// Throws OvWalletException with the message of InstallationLocator, or with
-//   Attempt to locate the current module using dl_iterate_phdr() failed.
-//   Attempt to locate the current module using dl_iterate_phdr() yielded an empty pathname.
-// and lets the exceptions of InstallationLocator pass.
+// Throws OvWalletException, with the message of InstallationLocator for the last pathname that was
+// known, and lets the exceptions of InstallationLocator pass.
 std::string& ModuleLocator();
 
 }  // namespace Orvanta_OvWallet

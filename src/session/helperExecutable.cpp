@@ -42,6 +42,7 @@ constexpr std::array<RequiredBit, 4> kRequiredBits{{
 }};
 
 std::string checkStatus(const std::string& helper, const struct stat& status) {
+    // The owner comes first: the mode of a file that somebody else may change says nothing.
     if (status.st_uid != kRoot && status.st_uid != ::geteuid()) {
         return "The owner of the " + quoted(helper) + " file is not as expected.";
     }

@@ -15,19 +15,9 @@ namespace Orvanta_OvWallet {
 // Whether the checks are needed: the effective user differs from the real one.
 bool actsForAnotherUser();
 
-// Returns an empty message, or one of these (HELPER is the canonical pathname; two have no blank
-// after "errno ="):
-//   Cannot resolve pathname "PATHNAME" (errno =TEXT)
-//   Cannot get file status for "HELPER" (errno =TEXT)
-//   The owner of the "HELPER" file is not as expected.
-//   "HELPER" is not a regular file.
-//   "HELPER" does not have the set-user-ID on execution bit set.
-//   "HELPER" does not have the execute by owner bit set.      (likewise group, others)
-//   The helper executable (which is located at "HELPER") is not located in a subdirectory of the
-//   client directory (which is "DIRECTORY").                  (one line)
-// Throws NotInstalledException when the directory or the helper is not there at all:
-//   Orvanta Wallet is not installed (cannot access "DIRECTORY")
-//   Orvanta Wallet 14.10 is not installed (cannot access "PATHNAME")
+// Returns an empty message, or the first thing that is not as it should be, as a whole sentence for
+// the user. Throws NotInstalledException when the directory or the helper is not there at all, or
+// what formatMessage throws when their pathname is not UTF-8.
 std::string checkHelperExecutable(const CanonicalPath& clientDir);
 
 }  // namespace Orvanta_OvWallet

@@ -38,11 +38,13 @@ void establishInstallationLink(JNIEnv* env, jstring privateTempDir) {
         return;
     }
     const ProcessLockGuard lock;
+    // Another thread may have done it while this one waited.
     if (linkEstablished) {
         return;
     }
     const std::string tempDir = pathnameOf(env, privateTempDir);
     createLink(plannedLink(tempDir, findInstallation(kCommandLink, kPackageDatabase)));
+    // Last: whatever failed before, the next call tries everything again.
     linkEstablished = true;
 }
 

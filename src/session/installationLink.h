@@ -5,7 +5,7 @@
 // directory of the installation. The caller keeps this library's own file in the same directory,
 // and InstallationLocator reads the link beside it. The link is never changed or removed
 // afterwards, and later calls do nothing, even if the installation changed. A call that fails
-// leaves the next one to try everything again.
+// leaves it to the next one to try everything again.
 #pragma once
 
 #include <jni.h>
@@ -34,7 +34,8 @@ PlannedLink plannedLink(const std::string& tempDir, const std::string& installat
 std::string linkFailure(const PlannedLink& link, int errnum);
 
 // Throws OvWalletException with linkFailure, also when something of that name is there already:
-// nothing is removed.
+// nothing is removed. When the pathname is not UTF-8, which the JVM's form of a character beyond
+// the basic plane is not, it throws what formatMessage throws.
 void createLink(const PlannedLink& link);
 
 }  // namespace Orvanta_OvWallet

@@ -1,10 +1,8 @@
 #include "session/installationSearch.h"
 
 #include <sys/stat.h>
-#include <sys/types.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <set>
@@ -28,27 +26,15 @@ struct Closer {
     void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
 };
 
-// The buffer that getline allocates and grows.
-struct LineBuffer {
-    char* text = nullptr;
-    std::size_t capacity = 0;
-
-    LineBuffer() = default;
-    ~LineBuffer() { std::free(text); }
-    LineBuffer(const LineBuffer&) = delete;
-    LineBuffer& operator=(const LineBuffer&) = delete;
-};
-
 // The first line without its newline; empty as well for a file that cannot be read.
 std::string firstLine(const std::string& pathname) {
     const std::unique_ptr<std::FILE, Closer> file(std::fopen(pathname.c_str(), "re"));
-    LineBuffer line;
-    const ssize_t length = file == nullptr ? 0 : ::getline(&line.text, &line.capacity, file.get());
-    if (length <= 0) {
-        return {};
+    std::string line;
+    for (int c = file == nullptr ? EOF : std::getc(file.get()); c != EOF && c != '\n';
+         c = std::getc(file.get())) {
+        line += static_cast<char>(c);
     }
-    const bool endsInNewline = line.text[length - 1] == '\n';
-    return {line.text, static_cast<std::size_t>(length) - (endsInNewline ? 1 : 0)};
+    return line;
 }
 
 bool isDirectory(const std::string& pathname) {
@@ -96,6 +82,7 @@ PackageRecord readPackageRecord(const std::string& pathname) {
 std::string findInstallation(const std::string& commandLink, const std::string& packageDatabase) {
     LinkWalk command(commandLink);
     command.followToEnd();
+    // Deliberate: a command that is there decides, wherever it lies; no record is asked after it.
     if (command.isAtFile()) {
         return baseOfCommand(command.pathname());
     }

@@ -30,10 +30,8 @@ PackageRecord readPackageRecord(const std::string& pathname);
 // above the file's directory. Without a command link, takes the first package record that counts,
 // in ascending order of the bytes of their names. Version numbers are not compared.
 //
-// Throws OvWalletException, deliberately not NotInstalledException: "The Orvanta Wallet software is
-// not installed; install version 14.10 of the Orvanta Wallet software (available from SITE) in
-// order to use Orvanta Wallet." (one line), and what DirectoryScanner throws, also when there is no
-// package database at all.
+// Throws OvWalletException, deliberately not NotInstalledException, when neither leads to one, and
+// what DirectoryScanner throws, also when there is no package database at all.
 //
 // Deliberate: any number of links is followed, so links in a cycle keep the caller here for ever.
 std::string findInstallation(const std::string& commandLink, const std::string& packageDatabase);

@@ -1,7 +1,9 @@
 // The failures of this library, each with its whole message in plain words.
 //
 // The entry point turns them into the Java exception that the caller sees; the wrappers of the
-// wallet library turn them into error objects. The message is copied and owned.
+// wallet library turn them into error objects. The message is copied and owned. A message that
+// cannot be put together, because one of its texts is not UTF-8, gives way to the formatter's own
+// exception (see formatMessage.h), wherever a function promises an OvWalletException.
 #pragma once
 
 #include <exception>

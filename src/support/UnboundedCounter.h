@@ -1,9 +1,9 @@
 // A natural number that cannot overflow.
 //
-// It counts the references to the wallet library and the nested holds of ProcessLock. It is kept as
+// It counts the uses of the wallet library and the nested holds of ProcessLock. It is kept as
 // digits of 64 bits, least significant first, the most significant one never zero; zero has no
 // digits. Digits that were dropped are kept aside, so counting up to where it was before takes no
-// memory: whoever gives back what he holds is not stopped by a heap that has none left. Not
+// memory: those who give back what they hold are not stopped by a heap that has none left. Not
 // thread-safe: both counters are touched only under a mutex.
 #pragma once
 

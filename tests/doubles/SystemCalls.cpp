@@ -36,27 +36,7 @@ SystemCalls& systemCalls() {
 WALLETCALLER_SYSTEM_CALLS(WALLETCALLER_WRAP)
 
 extern "C" {
-ssize_t __real_getline(char** line, std::size_t* capacity, std::FILE* file);
-ssize_t __wrap_getline(char** line, std::size_t* capacity, std::FILE* file);
-ssize_t __wrap___getdelim(char** line, std::size_t* capacity, int delimiter, std::FILE* file);
-ssize_t __real___getdelim(char** line, std::size_t* capacity, int delimiter, std::FILE* file);
 void __wrap_syslog(int priority, const char* format, ...);
-}
-
-ssize_t real::getline(char** line, std::size_t* capacity, std::FILE* file) {
-    return __real_getline(line, capacity, file);
-}
-
-ssize_t __wrap_getline(char** line, std::size_t* capacity, std::FILE* file) {
-    return replacements != nullptr && replacements->getline
-               ? replacements->getline(line, capacity, file)
-               : __real_getline(line, capacity, file);
-}
-
-ssize_t __wrap___getdelim(char** line, std::size_t* capacity, int delimiter, std::FILE* file) {
-    return replacements != nullptr && replacements->getline && delimiter == '\n'
-               ? replacements->getline(line, capacity, file)
-               : __real___getdelim(line, capacity, delimiter, file);
 }
 
 void __wrap_syslog(int priority, const char* format, ...) {

@@ -60,9 +60,6 @@ struct SystemCalls {
     WALLETCALLER_SYSTEM_CALLS(WALLETCALLER_SLOT)
 #undef WALLETCALLER_SLOT
 
-    // Reading a line of a file, under either name that the C library's headers give it.
-    std::function<ssize_t(char** line, std::size_t* capacity, std::FILE* file)> getline;
-
     // The system log, the text formatted. Nothing reaches the real log.
     std::function<void(int priority, const char* text)> syslog;
 };
@@ -73,5 +70,4 @@ namespace real {
 #define WALLETCALLER_REAL(result, name, parameters, arguments) result name parameters;
 WALLETCALLER_SYSTEM_CALLS(WALLETCALLER_REAL)
 #undef WALLETCALLER_REAL
-ssize_t getline(char** line, std::size_t* capacity, std::FILE* file);
 }  // namespace real

@@ -127,7 +127,7 @@ std::string outcomeOfSystemCall(const Scenario& scenario, const std::string& cal
     if (name == "realpath") {
         return outcomeOfRealpath(scenario, detail, errnum);
     }
-    if (name == "open" || name == "read" || name == "fopen" || name == "getline") {
+    if (name == "open" || name == "read" || name == "fopen") {
         return outcomeOfFile(detail);
     }
     if (name == "dlopen") {

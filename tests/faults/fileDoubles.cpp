@@ -112,10 +112,7 @@ void installStreamDoubles(const Machine& machine) {
         const int result = real::closedir(stream);
         return failsNow("closedir", "") ? -1 : result;
     };
-    // Each file is read before the next is opened, so a line is of the file opened last.
-    static thread_local std::array<char, PATH_MAX> openedFile{};
     systemCalls().fopen = [&](const char* path, const char* mode) -> std::FILE* {
-        std::snprintf(openedFile.data(), openedFile.size(), "%s", path);
         if (failsNow("fopen", path)) {
             return nullptr;
         }
@@ -133,9 +130,6 @@ void installStreamDoubles(const Machine& machine) {
     };
     systemCalls().read = [](int descriptor, void* buffer, std::size_t size) -> ssize_t {
         return failsNow("read", "/proc/self/maps") ? -1 : real::read(descriptor, buffer, size);
-    };
-    systemCalls().getline = [](char** line, std::size_t* capacity, std::FILE* file) -> ssize_t {
-        return failsNow("getline", openedFile.data()) ? -1 : real::getline(line, capacity, file);
     };
 }
 

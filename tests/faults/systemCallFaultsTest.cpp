@@ -105,8 +105,7 @@ INSTANTIATE_TEST_SUITE_P(OfThePackageDatabase, SystemCallFaults,
                                            SystemCallCase{kPackages, "readdir", kReadErrors},
                                            SystemCallCase{kPackages, "closedir", kReadErrors},
                                            SystemCallCase{kPackages, "stat", kStatErrors},
-                                           SystemCallCase{kPackages, "fopen", kOpenErrors},
-                                           SystemCallCase{kPackages, "getline", kReadErrors}),
+                                           SystemCallCase{kPackages, "fopen", kOpenErrors}),
                          nameOfCase);
 
 INSTANTIATE_TEST_SUITE_P(OfASecondCall, SystemCallFaults,

@@ -43,7 +43,7 @@ class InstallationLocatorTest : public testing::Test {
         return InstallationLocator(moduleName, clientDir_);
     }
 
-    // Lets every attempt to read this link fail or hold the text; errno changes again afterwards.
+    // Lets every attempt to read this link fail or hold the text.
     static void failRead(const std::string& name, int errnum) {
         systemCalls().readlink = [=](const char* path, char* buffer, std::size_t size) {
             if (path != name) {
@@ -52,7 +52,6 @@ class InstallationLocatorTest : public testing::Test {
             errno = errnum;
             return ssize_t{-1};
         };
-        clobberErrno();
     }
     static void replaceText(const std::string& name, const std::string& text) {
         systemCalls().readlink = [=](const char* path, char* buffer, std::size_t size) {
@@ -63,6 +62,7 @@ class InstallationLocatorTest : public testing::Test {
             return static_cast<ssize_t>(text.size());
         };
     }
+    // Lets errno change again before the message is made.
     static void clobberErrno() {
         systemCalls().realpath = [](const char* path, char* buffer) {
             char* const result = real::realpath(path, buffer);
@@ -220,14 +220,9 @@ TEST_F(InstallationLocatorTest, ReportsAWalletLinkThatIsNoLink) {
 
 TEST_F(InstallationLocatorTest, ReportsAWalletLinkThatCannotBeRead) {
     failRead(moduleDir_ + "/ovwalletdir", EACCES);
+    clobberErrno();
     EXPECT_EQ(locate(module_), "Cannot read the contents of the ovwalletdir symbolic link (in \"" +
                                    moduleDir_ + "\") (errno = Permission denied).");
-}
-
-TEST_F(InstallationLocatorTest, ReportsAnEmptyWalletLink) {
-    replaceText(moduleDir_ + "/ovwalletdir", "");
-    EXPECT_EQ(locate(module_),
-              "The ovwalletdir symbolic link (in \"" + moduleDir_ + "\") is empty.");
 }
 
 TEST_F(InstallationLocatorTest, ReadsLongLinksWhole) {
@@ -264,12 +259,38 @@ TEST_F(ShownDirectory, IsCanonical) {
     fs::current_path("/");
 }
 
-TEST_F(ShownDirectory, LosesItsSlashWhenItCannotBeResolved) {
-    fs::remove(moduleDir_ + "/ovwalletdir");
+// The three messages about the wallet link that stands in a directory of this name.
+class WalletLinkMessages : public InstallationLocatorTest {
+  protected:
+    void expectShown(const std::string& moduleDir, const std::string& shown) {
+        const std::string name = moduleDir + "/ovwalletdir";
+        failRead(name, ENOENT);
+        EXPECT_EQ(locate(moduleDir + "/lib.so"),
+                  "The ovwalletdir symbolic link is not present in \"" + shown + "\".");
+        failRead(name, EACCES);
+        EXPECT_EQ(locate(moduleDir + "/lib.so"),
+                  "Cannot read the contents of the ovwalletdir symbolic link (in \"" + shown +
+                      "\") (errno = Permission denied).");
+        replaceText(name, "");
+        EXPECT_EQ(locate(moduleDir + "/lib.so"),
+                  "The ovwalletdir symbolic link (in \"" + shown + "\") is empty.");
+    }
+};
+
+TEST_F(WalletLinkMessages, ShowTheDirectoryCanonically) {
+    expectShown(directory_ / "base/../module/.", moduleDir_);
+}
+
+TEST_F(WalletLinkMessages, ShowADirectoryThatCannotBeResolvedWithoutItsSlash) {
     failResolution();
-    EXPECT_EQ(locate(directory_ / "base/../module/lib.so"),
-              "The ovwalletdir symbolic link is not present in \"" +
-                  (directory_ / "base/../module") + "\".");
+    expectShown(directory_ / "base/../module", directory_ / "base/../module");
+}
+
+TEST_F(WalletLinkMessages, ShowARelativeDirectoryThatCannotBeResolvedBelowTheCurrentOne) {
+    failResolution();
+    fs::current_path(directory_.pathname());
+    expectShown("base/../module", directory_ / "base/../module");
+    fs::current_path("/");
 }
 
 TEST_F(ShownDirectory, IsTheRootDirectoryItselfWhenItCannotBeResolved) {
@@ -299,7 +320,6 @@ TEST_F(ShownDirectory, LosesItsSlashHoweverShortItIs) {
 }
 
 TEST_F(ShownDirectory, NeedsACurrentDirectoryWhenItIsRelative) {
-    failResolution();
     fs::current_path(moduleDir_);
     failRead("./ovwalletdir", ENOENT);
     failResolution();

@@ -10,6 +10,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <utf8.h>
 
 #include "doubles/ConnectorJob.h"
 #include "doubles/ProcessLockMutexes.h"
@@ -102,6 +103,33 @@ TEST_F(InstallationLink, LeadsThroughTheRootWhenTheCommandIsAFileInItsDirectory)
 TEST_F(InstallationLink, LiesBesideADirectoryThatIsNamedWithoutASlash) {
     EXPECT_EQ(create(tempDir_ / "private"), "");
     EXPECT_EQ(fs::read_symlink(tempDir_ / "privateovwalletdir"), target());
+}
+
+TEST_F(InstallationLink, LiesInADirectoryOfAnyName) {
+    for (const char* name : {"gr\xC3\xBC\xC3\x9F", "100%s %d%", "\xF0\x9F\x98\x80"}) {
+        fs::create_directory(tempDir_ / name);
+        EXPECT_EQ(create(tempDir_ / name + "/"), "");
+        EXPECT_EQ(fs::read_symlink(tempDir_ / name + "/ovwalletdir"), target());
+        EXPECT_EQ(create(tempDir_ / name + "/"), "An attempt to create a symbolic link named " +
+                                                     (tempDir_ / name) +
+                                                     "/ovwalletdir failed (errno = File exists)");
+    }
+}
+
+// The JVM tells a character beyond the basic plane as two surrogates of three bytes each.
+TEST_F(InstallationLink, LiesInADirectoryThatTheJvmTellsInItsOwnForm) {
+    const std::string directory = tempDir_ / "\xED\xA0\xBD\xED\xB8\x80/";
+    EXPECT_THROW(create(directory), utf8::invalid_code_point) << "there is no such directory";
+    fs::create_directory(directory);
+    EXPECT_EQ(create(directory), "");
+    EXPECT_EQ(fs::read_symlink(directory + "ovwalletdir"), target());
+}
+
+TEST_F(InstallationLink, CutsATargetAtANul) {
+    writeFile(system_.root / "var/lib/rpm/ovwallet1410/inst.dir",
+              base_ + std::string("\0ment\n", 6));
+    EXPECT_EQ(create(tempDir_ / ""), "");
+    EXPECT_EQ(fs::read_symlink(tempDir_ / "ovwalletdir"), base_);
 }
 
 TEST_F(InstallationLink, IsNotPutInPlaceOfAnExistingEntry) {

@@ -269,6 +269,29 @@ TEST_F(PackageRecords, AreTakenExactlyAsTheyStand) {
     }
 }
 
+TEST_F(PackageRecords, MayNameADirectoryRelativeToTheCurrentOne) {
+    directory("base");
+    record("ovwallet1", "base\n");
+    EXPECT_EQ(find(), std::string("failed: ") + kNotInstalled);
+    fs::current_path(directory_.pathname());
+    EXPECT_EQ(find(), "base");
+    fs::current_path("/");
+}
+
+// The file system sees the pathname up to the NUL.
+TEST_F(PackageRecords, MayHaveANulInTheirLine) {
+    const std::string line = directory("base") + std::string("\0ment", 5);
+    record("ovwallet1", line + "\n");
+    EXPECT_EQ(find(), line);
+}
+
+TEST_F(PackageRecords, MayHaveALineOfAnyLength) {
+    const std::string base = directory("base") + std::string(2000, '/');
+    record("ovwallet1", std::string(100'000, '/') + "no/such/directory\n");
+    record("ovwallet2", base + "\n");
+    EXPECT_EQ(find(), base);
+}
+
 TEST_F(PackageRecords, MayNameADirectoryThroughALink) {
     fs::create_symlink(directory("base"), directory_ / "link");
     record("ovwallet1", directory_ / "link");
