@@ -49,6 +49,22 @@ class LoadingTest {
                 "files: [" + FILE + ", ovwalletdir]", "second call: well"), run("fromTheJar"));
     }
 
+    /** Where a job is submitted anybody's file may lie. */
+    @Test
+    void aFileInTheWorkingDirectoryOfASubmitterIsNotLookedAt() {
+        assertEquals(List.of("first call: well", "directory: rwx------",
+                "files: [" + FILE + ", ovwalletdir]", "second call: well"), runBeside("other", ""));
+    }
+
+    @Test
+    void aFileInTheWorkingDirectoryOfAContainerHasToBeTheJars() {
+        String refused = OUR_EXCEPTION + "The distributed cache has another " + FILE
+                + " than the job's jar";
+        assertEquals(List.of("first call: " + refused, "second call: " + refused),
+                runBeside("other", "CONTAINER_ID=container_1"));
+        assertEquals(List.of(), temporaryFiles());
+    }
+
     /** The library looks for its own file each time that it opens the wallet. */
     @Test
     void deletingTheFileMakesCallsFailUntilItIsBack() {
@@ -131,6 +147,14 @@ class LoadingTest {
 
     private List<String> run(String way) {
         return scene.run("LoadProgram", way).lines();
+    }
+
+    /** With a file of the library's name in the working directory. */
+    private List<String> runBeside(String content, String variable) {
+        List<String> command = List.of("sh", "-c",
+                "echo " + content + " > " + FILE + " && exec env " + variable + " \"$@\"", "sh");
+        return scene.run(Jdk.current(), command, List.of(), Build.classPath(), "LoadProgram",
+                "fromTheJar").lines();
     }
 
     private List<String> runWithLockedMemory(int bytes) {
