@@ -3,7 +3,6 @@
 #include "securemem/PoolTables.h"
 #include "support/NeverDestroyed.h"
 #include "support/OvWalletException.h"
-#include "support/inSilence.h"
 #include "wallet/ProcessLock.h"
 
 namespace Orvanta_OvWallet {
@@ -17,36 +16,31 @@ PoolTables& tables() {
     return *instance;
 }
 
+[[noreturn]] void throwOverflow() {
+    throw OvWalletException(kOverflow);
+}
+
 void checkSize(std::uint64_t size) {
     if (size > PoolTables::kLargestSize) {
-        throw OvWalletException(kOverflow);
+        throwOverflow();
     }
 }
 
 }  // namespace
 
 std::uint8_t* LockedPagePool::lockedAllocate(std::uint64_t size) {
-    std::uint8_t* block = nullptr;
-    try {
-        const ProcessLockGuard lock;
-        checkSize(size);
-        block = reinterpret_cast<std::uint8_t*>(tables().allocate(size));
-    } catch (...) {
-        // There is a block only if giving the lock up is what failed; nobody else would release it.
-        inSilence([&] { lockedRelease(block, size); });
-        throw;
-    }
-    return block;
+    const ProcessLockGuard lock;
+    checkSize(size);
+    return reinterpret_cast<std::uint8_t*>(tables().allocate(size));
 }
 
 void LockedPagePool::lockedRelease(std::uint8_t* block, std::uint64_t size) {
     if (block == nullptr) {
         return;
     }
-    giveBackUnderLock([&] {
-        checkSize(size);
-        tables().release(reinterpret_cast<std::uint64_t>(block), size);
-    });
+    const ProcessLockGuard lock;
+    checkSize(size);
+    tables().release(reinterpret_cast<std::uint64_t>(block), size);
 }
 
 }  // namespace Orvanta_OvWallet

@@ -5,7 +5,7 @@
 // of 16 bytes. Three tables, guarded by ProcessLock, describe all of it:
 //
 //   region table        raw start -> locked length, and whether locking succeeded. The locked range
-//                       begins at the first page boundary at or behind the raw start.
+//                       begins at the first page boundary at or after the raw start.
 //   free-address set    start of every free block
 //   free-size table     size -> start of every free block; of equal sizes the earliest freed first
 //
@@ -19,7 +19,8 @@
 //               unlocked and given back to the heap at once.
 //
 // For every block that is handed out the pool holds a spare pair of table entries, so that a
-// release needs no heap memory and cannot fail for want of it.
+// release needs no heap memory and cannot fail for want of it. The entries of merged blocks become
+// spare ones, too, so that blocks may come and go without the heap.
 //
 // A block of zero bytes is an address and nothing else. It may lie at the end of a locked range, in
 // memory that others own, or, once its neighbours are gone, in no region at all; releasing it

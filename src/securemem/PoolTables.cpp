@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "securemem/memoryLocking.h"
-#include "securemem/systemPageSize.h"
 #include "support/addressSanitizer.h"
 
 namespace Orvanta_OvWallet {
@@ -26,7 +25,7 @@ std::uint64_t pageSize() {
     return static_cast<std::uint64_t>(systemPageSize());
 }
 
-// The first page boundary at or behind an address.
+// The first page boundary at or after an address.
 std::uint64_t alignedStart(std::uint64_t rawStart) {
     const std::uint64_t page = pageSize();
     return (rawStart + page - 1) / page * page;
@@ -63,33 +62,30 @@ std::uint64_t PoolTables::allocate(std::uint64_t size) {
     } else {
         address = carveFromEnd(bestFit, rounded);
     }
+    usedBlocks_ += rounded == 0 ? 0 : 1;
     allowAccess(pointerTo(address), size);
     return address;
 }
 
 std::uint64_t PoolTables::takeWhole(SizeTable::iterator entry) {
     const std::uint64_t block = entry->second;
-    spareEntries_.reserve(spareEntries_.size() + 1);
-    spareEntries_.push_back(extractFree(entry));
+    removeFree(entry);
     return block;
 }
 
 // Deliberate: the high end is handed out, so the free block keeps its start and only its size entry
 // changes.
 std::uint64_t PoolTables::carveFromEnd(SizeTable::iterator entry, std::uint64_t size) {
-    spareEntries_.push_back(makeFreeEntry());
-    auto node = freeSizes_.extract(entry);
-    node.key() -= size;
-    const std::uint64_t block = node.mapped() + node.key();
-    freeSizes_.insert(std::move(node));
+    makeSpareEntries(freeAddresses_.size(), usedBlocks_ + 1);
+    const std::uint64_t rest = entry->first - size;
+    const std::uint64_t block = entry->second + rest;
+    resizeFree(entry, rest);
     return block;
 }
 
 std::uint64_t PoolTables::allocateRegion(std::uint64_t size) {
     const std::uint64_t total = heapSize(size);
-    spareEntries_.reserve(spareEntries_.size() + 1);
-    FreeEntry spare = makeFreeEntry();
-    FreeEntry rest = makeFreeEntry();
+    makeSpareEntries(freeAddresses_.size() + 1, usedBlocks_ + 1);
     HeapMemory raw(::operator new(total));
     const std::uint64_t rawStart = addressOf(raw.get());
     const std::uint64_t start = alignedStart(rawStart);
@@ -100,64 +96,73 @@ std::uint64_t PoolTables::allocateRegion(std::uint64_t size) {
     region.locked = lockMemory(pointerTo(start), lockedLength);
     static_cast<void>(raw.release());
     forbidAccess(pointerTo(start), lockedLength);
-    insertFree(std::move(rest), {start + size, lockedLength - size});
-    spareEntries_.push_back(std::move(spare));
+    insertFree({start + size, lockedLength - size});
     return start;
 }
 
 void PoolTables::release(std::uint64_t address, std::uint64_t size) {
-    FreeEntry entry = takeSpareEntry();
-    auto region = regions_.upper_bound(address);
-    if (region == regions_.begin()) {
+    const auto region = regionOf(address);
+    if (region == regions_.end()) {
         return;
     }
-    --region;
-    const Block lockedRange{alignedStart(region->first), region->second.lockedLength};
-    if (address < lockedRange.address || address > lockedRange.end()) {
-        return;
-    }
+    const std::uint64_t lockedStart = alignedStart(region->first);
+    const std::uint64_t lockedEnd = lockedStart + region->second.lockedLength;
     Block block{address, roundUp(size)};
+    usedBlocks_ -= block.size == 0 ? 0 : 1;
     forbidAccess(pointerTo(block.address), block.size);
-    block = mergeForward(block, lockedRange.end());
-    block = mergeBackward(block, region->first);
-    if (block.address == lockedRange.address && block.end() == lockedRange.end()) {
-        returnRegion(region, lockedRange);
-    } else if (block.size != 0) {
-        insertFree(std::move(entry), block);
-    }
-}
-
-PoolTables::Block PoolTables::mergeForward(Block block, std::uint64_t lockedEnd) {
-    while (block.end() < lockedEnd && freeAddresses_.contains(block.end())) {
+    // The locked end may be where the free block of another region begins.
+    if (block.end() < lockedEnd && freeAddresses_.contains(block.end())) {
         const auto next = freeSizeOf(block.end());
         block.size += next->first;
-        extractFree(next);
+        removeFree(next);
     }
-    return block;
+    const auto previous = freeBlockBefore(block.address, region->first);
+    if (previous != freeSizes_.end()) {
+        block = {previous->second, previous->first + block.size};
+    }
+    if (block.address == lockedStart && block.end() == lockedEnd) {
+        if (previous != freeSizes_.end()) {
+            removeFree(previous);
+        }
+        returnRegion(region);
+    } else if (previous != freeSizes_.end()) {
+        resizeFree(previous, block.size);
+    } else if (block.size != 0) {
+        insertFree(block);
+    }
+    dropSurplusEntries();
 }
 
-PoolTables::Block PoolTables::mergeBackward(Block block, std::uint64_t rawStart) {
-    for (;;) {
-        const auto above = freeAddresses_.upper_bound(block.address);
-        if (above == freeAddresses_.begin() || *std::prev(above) < rawStart) {
-            return block;
-        }
-        const auto entry = freeSizeOf(*std::prev(above));
-        const Block previous{entry->second, entry->first};
-        if (previous.end() != block.address) {
-            return block;
-        }
-        extractFree(entry);
-        block = {previous.address, previous.size + block.size};
+// The region whose locked range holds the address, its end included, or end().
+PoolTables::RegionTable::iterator PoolTables::regionOf(std::uint64_t address) {
+    const auto above = regions_.upper_bound(address);
+    if (above == regions_.begin()) {
+        return regions_.end();
     }
+    const auto region = std::prev(above);
+    const std::uint64_t start = alignedStart(region->first);
+    const bool holds = address >= start && address <= start + region->second.lockedLength;
+    return holds ? region : regions_.end();
 }
 
-void PoolTables::returnRegion(RegionTable::iterator region, Block lockedRange) {
+// The free block that ends at the address and does not begin before rawStart, or end().
+PoolTables::SizeTable::iterator PoolTables::freeBlockBefore(std::uint64_t address,
+                                                            std::uint64_t rawStart) {
+    const auto above = freeAddresses_.upper_bound(address);
+    if (above == freeAddresses_.begin() || *std::prev(above) < rawStart) {
+        return freeSizes_.end();
+    }
+    const auto entry = freeSizeOf(*std::prev(above));
+    return entry->second + entry->first == address ? entry : freeSizes_.end();
+}
+
+void PoolTables::returnRegion(RegionTable::iterator region) {
     const HeapMemory raw(pointerTo(region->first));
+    void* const start = pointerTo(alignedStart(region->first));
     if (region->second.locked) {
-        unlockMemory(pointerTo(lockedRange.address), lockedRange.size);
+        unlockMemory(start, region->second.lockedLength);
     }
-    allowAccess(pointerTo(lockedRange.address), lockedRange.size);
+    allowAccess(start, region->second.lockedLength);
     regions_.erase(region);
 }
 
@@ -168,33 +173,49 @@ PoolTables::SizeTable::iterator PoolTables::freeSizeOf(std::uint64_t address) {
                         [address](const auto& entry) { return entry.second == address; });
 }
 
-PoolTables::FreeEntry PoolTables::makeFreeEntry() {
-    AddressSet addresses{0};
-    SizeTable sizes{{0, 0}};
-    return {addresses.extract(addresses.begin()), sizes.extract(sizes.begin())};
+// Provides for so many free blocks and blocks handed out. Whatever is released then finds an entry,
+// for each block in use has one, and a free block that is merged leaves its own.
+void PoolTables::makeSpareEntries(std::uint64_t freeBlocks, std::uint64_t usedBlocks) {
+    const std::uint64_t wanted = freeBlocks + usedBlocks;
+    if (spareEntries_.capacity() < wanted) {
+        spareEntries_.reserve(std::max(wanted, 2 * spareEntries_.capacity()));
+    }
+    while (freeAddresses_.size() + spareEntries_.size() < wanted) {
+        AddressSet addresses{0};
+        SizeTable sizes{{0, 0}};
+        spareEntries_.push_back(
+            {addresses.extract(addresses.begin()), sizes.extract(sizes.begin())});
+    }
 }
 
-// Only a release that no allocation preceded finds no spare entry.
-PoolTables::FreeEntry PoolTables::takeSpareEntry() {
-    if (spareEntries_.empty()) {
-        return makeFreeEntry();
+// A few more than are needed are kept, so that blocks come and go without the heap.
+void PoolTables::dropSurplusEntries() {
+    constexpr std::uint64_t kMostSurplus = 16;
+    while (spareEntries_.size() > usedBlocks_ + kMostSurplus) {
+        spareEntries_.pop_back();
     }
+}
+
+// Of equal sizes the one that came last is found last.
+void PoolTables::insertFree(Block block) {
     FreeEntry entry = std::move(spareEntries_.back());
     spareEntries_.pop_back();
-    return entry;
-}
-
-PoolTables::FreeEntry PoolTables::extractFree(SizeTable::iterator entry) {
-    auto address = freeAddresses_.extract(entry->second);
-    return {std::move(address), freeSizes_.extract(entry)};
-}
-
-void PoolTables::insertFree(FreeEntry entry, Block block) {
     entry.address.value() = block.address;
     entry.size.key() = block.size;
     entry.size.mapped() = block.address;
     freeAddresses_.insert(std::move(entry.address));
     freeSizes_.insert(std::move(entry.size));
+}
+
+void PoolTables::resizeFree(SizeTable::iterator entry, std::uint64_t size) {
+    auto node = freeSizes_.extract(entry);
+    node.key() = size;
+    freeSizes_.insert(std::move(node));
+}
+
+void PoolTables::removeFree(SizeTable::iterator entry) {
+    auto address = freeAddresses_.extract(entry->second);
+    spareEntries_.push_back({std::move(address), freeSizes_.extract(entry)});
 }
 
 }  // namespace Orvanta_OvWallet

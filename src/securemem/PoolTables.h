@@ -28,7 +28,8 @@ class PoolTables {
     // tables are then unchanged.
     std::uint64_t allocate(std::uint64_t size);
 
-    // size is at most kLargestSize. Nothing happens for an address outside every region.
+    // size is at most kLargestSize. Nothing happens for an address outside of every region's locked
+    // range; the end of one still counts as inside.
     void release(std::uint64_t address, std::uint64_t size);
 
     const RegionTable& regions() const { return regions_; }
@@ -48,24 +49,30 @@ class PoolTables {
         std::uint64_t end() const { return address + size; }
     };
 
-    static FreeEntry makeFreeEntry();
-    FreeEntry takeSpareEntry();
-    FreeEntry extractFree(SizeTable::iterator entry);
-    void insertFree(FreeEntry entry, Block block);
+    void makeSpareEntries(std::uint64_t freeBlocks, std::uint64_t usedBlocks);
+    void dropSurplusEntries();
 
     std::uint64_t takeWhole(SizeTable::iterator entry);
     std::uint64_t carveFromEnd(SizeTable::iterator entry, std::uint64_t size);
     std::uint64_t allocateRegion(std::uint64_t size);
 
+    RegionTable::iterator regionOf(std::uint64_t address);
     SizeTable::iterator freeSizeOf(std::uint64_t address);
-    Block mergeForward(Block block, std::uint64_t lockedEnd);
-    Block mergeBackward(Block block, std::uint64_t rawStart);
-    void returnRegion(RegionTable::iterator region, Block lockedRange);
+    SizeTable::iterator freeBlockBefore(std::uint64_t address, std::uint64_t rawStart);
+    void returnRegion(RegionTable::iterator region);
+
+    void insertFree(Block block);
+    void resizeFree(SizeTable::iterator entry, std::uint64_t size);
+    void removeFree(SizeTable::iterator entry);
 
     RegionTable regions_;
     AddressSet freeAddresses_;
     SizeTable freeSizes_;
+
+    // As many as there are blocks handed out, or more; with room for the entries of every free
+    // block, too, so that nothing is allocated when one becomes spare.
     std::vector<FreeEntry> spareEntries_;
+    std::uint64_t usedBlocks_ = 0;  // handed out, those of zero bytes not counted
 };
 
 }  // namespace Orvanta_OvWallet

@@ -2,9 +2,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "securemem/LockedPagePool.h"
-#include "securemem/PoolBlock.h"
+#include "support/inSilence.h"
 
 namespace Orvanta_OvWallet {
 
@@ -19,12 +20,14 @@ std::unique_ptr<SecureByteVector> SecureByteVector::fromJavaByteArray(JNIEnv* en
 }
 
 SecureByteVector::SecureByteVector(std::size_t size)
-    : begin_(LockedPagePool::lockedAllocate(size)), end_(begin_ + size), capacityEnd_(end_) {
-    std::fill(begin_, end_, std::uint8_t{0});
+    : SecureByteVector(LockedPagePool::lockedAllocate(size), size) {
+    end_ = std::fill_n(begin_, size, std::uint8_t{0});
 }
 
+// Giving back fails only when the process-wide lock does: the storage then stays taken, which harms
+// nobody, and the next use of the pool reports the lock.
 SecureByteVector::~SecureByteVector() {
-    const PoolBlock storage(begin_, capacity());
+    inSilence([this] { LockedPagePool::lockedRelease(begin_, capacity()); });
 }
 
 void SecureByteVector::insert(std::uint8_t* position, const std::uint8_t* first,
@@ -56,17 +59,14 @@ void SecureByteVector::insertInPlace(std::uint8_t* position, const std::uint8_t*
 void SecureByteVector::insertGrowing(std::uint8_t* position, const std::uint8_t* first,
                                      std::size_t count) {
     const std::size_t newCapacity = size() + std::max(size(), count);
-    const auto before = static_cast<std::size_t>(position - begin_);
-    const auto after = static_cast<std::size_t>(end_ - position);
-    PoolBlock storage(newCapacity);
-    std::uint8_t* const newBegin = storage.begin();
-    std::copy_n(begin_, before, newBegin);
-    std::copy_n(first, count, newBegin + before);
-    std::copy_n(position, after, newBegin + before + count);
-    storage.hold(begin_, capacity());
-    begin_ = newBegin;
-    end_ = newBegin + before + count + after;
-    capacityEnd_ = newBegin + newCapacity;
+    // Taken before anything is moved; what goes with it in the end is the outgrown storage.
+    SecureByteVector grown(LockedPagePool::lockedAllocate(newCapacity), newCapacity);
+    grown.insertInPlace(grown.end_, begin_, static_cast<std::size_t>(position - begin_));
+    grown.insertInPlace(grown.end_, first, count);
+    grown.insertInPlace(grown.end_, position, static_cast<std::size_t>(end_ - position));
+    std::swap(begin_, grown.begin_);
+    std::swap(end_, grown.end_);
+    std::swap(capacityEnd_, grown.capacityEnd_);
 }
 
 }  // namespace Orvanta_OvWallet

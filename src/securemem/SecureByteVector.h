@@ -51,6 +51,10 @@ class SecureByteVector {
     }
 
   private:
+    // No bytes, in storage that lockedAllocate returned for this capacity.
+    SecureByteVector(std::uint8_t* storage, std::size_t capacity) noexcept
+        : begin_(storage), end_(storage), capacityEnd_(storage + capacity) {}
+
     void insertInPlace(std::uint8_t* position, const std::uint8_t* first,
                        std::size_t count) noexcept;
     void insertGrowing(std::uint8_t* position, const std::uint8_t* first, std::size_t count);

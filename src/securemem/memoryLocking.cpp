@@ -4,13 +4,29 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <optional>
+#include <string>
+
+#include "support/OvWalletException.h"
+#include "support/formatMessage.h"
 
 namespace Orvanta_OvWallet {
 namespace {
 
 constexpr uid_t kRoot = 0;
 constexpr uid_t kUnchanged = static_cast<uid_t>(-1);
+
+std::int32_t pageSize = 0;
+bool pageSizeKnown = false;
+
+[[noreturn]] void throwUnknownPageSize(int errnumBefore, int errnum) {
+    std::string message = "An attempt to determine the system page size failed";
+    if (errnum != errnumBefore) {
+        message += " (errno = " + errnoText(errnum) + ")";
+    }
+    throw OvWalletException(message + ".");
+}
 
 bool tryLock(const void* begin, std::size_t size) {
     return ::mlock(begin, size) == 0;
@@ -77,6 +93,19 @@ bool tryAsRoot(const void* begin, std::size_t size, const std::optional<rlimit>&
 }
 
 }  // namespace
+
+std::int32_t systemPageSize() {
+    if (!pageSizeKnown) {
+        const int errnumBefore = errno;
+        pageSize = static_cast<std::int32_t>(::sysconf(_SC_PAGESIZE));
+        const int errnum = errno;
+        if (pageSize == -1) {
+            throwUnknownPageSize(errnumBefore, errnum);
+        }
+        pageSizeKnown = true;
+    }
+    return pageSize;
+}
 
 bool lockMemory(const void* begin, std::size_t size) {
     if (tryLock(begin, size)) {

@@ -21,7 +21,7 @@
 #include "doubles/ProcessMemory.h"
 #include "doubles/SystemCalls.h"
 #include "secrets/Privileges.h"
-#include "securemem/PoolBlock.h"
+#include "securemem/SecureByteVector.h"
 
 namespace Orvanta_OvWallet {
 namespace {
@@ -92,7 +92,7 @@ std::string checkRegions(bool goesBeyondLimits, rlim_t hardLimit) {
     return "";
 }
 
-void useBlock(const PoolBlock& block, std::size_t size, std::size_t index) {
+void useBlock(SecureByteVector& block, std::size_t size, std::size_t index) {
     block.begin()[0] = static_cast<std::uint8_t>(index);
     block.begin()[size - 1] = static_cast<std::uint8_t>(index + 1);
 }
@@ -103,9 +103,9 @@ std::string allocateAndCheck(const Privileges& privileges) {
     const std::string before = currentPrivileges();
     std::string wrong;
     {
-        std::vector<std::unique_ptr<PoolBlock>> blocks;
+        std::vector<std::unique_ptr<SecureByteVector>> blocks;
         for (const std::size_t size : kBlockSizes) {
-            blocks.push_back(std::make_unique<PoolBlock>(size));
+            blocks.push_back(std::make_unique<SecureByteVector>(size));
             useBlock(*blocks.back(), size, blocks.size());
             if (currentPrivileges() != before) {
                 return before + " became " + currentPrivileges();

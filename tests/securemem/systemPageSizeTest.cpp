@@ -1,4 +1,4 @@
-#include "securemem/systemPageSize.h"
+#include "securemem/memoryLocking.h"
 
 #include <pthread.h>
 #include <unistd.h>
