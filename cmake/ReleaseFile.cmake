@@ -70,7 +70,7 @@ function(walletcaller_make_release_file target)
         ${PROJECT_SOURCE_DIR}/cmake/release/versionNote.c)
     target_compile_definitions(${target} PRIVATE WALLETCALLER_VERSION="${PROJECT_VERSION}")
     target_link_libraries(${target} PRIVATE walletcaller_release_options)
-    # Not -z nodlopen: the JVM loads the file by dlopen.
+    # Not -z nodlopen: the JVM loads the library by dlopen.
     target_link_options(${target} PRIVATE
         -Wl,-z,now -Wl,-z,relro -Wl,-z,noexecstack -Wl,--build-id=sha1)
     add_custom_command(TARGET ${target} POST_BUILD
@@ -78,4 +78,18 @@ function(walletcaller_make_release_file target)
         COMMAND ${CMAKE_OBJCOPY} --strip-unneeded --remove-section=.comment
             --add-gnu-debuglink=$<TARGET_FILE:${target}>.debug $<TARGET_FILE:${target}>
         VERBATIM)
+endfunction()
+
+# walletcaller_make_release_program(TARGET): an executable. Not -static: such a program cannot use dlopen.
+function(walletcaller_make_release_program target)
+    foreach(name IN ITEMS crti crtbeginS crtendS crtn)
+        execute_process(COMMAND ${CMAKE_C_COMPILER} -print-file-name=${name}.o
+            OUTPUT_VARIABLE ${name} OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    endforeach()
+    target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/release/programStart.c)
+    # The start and end files stand around everything else, libstdc++ included: its exception tables have
+    # to come before the mark at their end.
+    target_link_options(${target} PRIVATE -pie -nostartfiles ${crti} ${crtbeginS})
+    walletcaller_make_release_file(${target})
+    target_link_libraries(${target} PRIVATE -Wl,-Bstatic -lstdc++ -Wl,-Bdynamic ${crtendS} ${crtn})
 endfunction()

@@ -6,6 +6,7 @@
 #include "tool/command/parseCommandLine.h"
 #include "tool/doctor/runDoctor.h"
 #include "tool/explain/runExplain.h"
+#include "tool/version/runVersion.h"
 #include "tool/why/runWhy.h"
 
 namespace Orvanta_OvWallet::Tool {
@@ -20,7 +21,7 @@ struct Runner {
     int operator()(const ExplainOptions& options) const { return runExplain(options); }
     int operator()(const DoctorOptions& options) const { return runDoctor(options); }
     int operator()(const WhyOptions& options) const { return runWhy(options); }
-    int operator()(const VersionOptions&) const { return kCannotTell; }
+    int operator()(const VersionOptions& options) const { return runVersion(options); }
 };
 
 }  // namespace

@@ -14,8 +14,6 @@
 namespace Orvanta_OvWallet {
 namespace {
 
-constexpr const char* kCannotGetValue =
-    "Attempt to get value from Orvanta Wallet failed because: %s";
 constexpr const char* kEndless =
     "Orvanta Wallet references in credential information lead back to themselves.";
 

@@ -20,6 +20,10 @@
 
 namespace Orvanta_OvWallet {
 
+// The template of the failure to get a value.
+inline constexpr const char* kCannotGetValue =
+    "Attempt to get value from Orvanta Wallet failed because: %s";
+
 // Throws OvWalletException:
 //   Attempt to get value from Orvanta Wallet failed because: TEXT
 //   Unsupported replacement macro, "$(...)", found in credential information.

@@ -9,15 +9,20 @@
 
 namespace Orvanta_OvWallet::Tool {
 
+std::optional<std::string> foreseeClientDirectory(const Subject& subject, Report& report) {
+    if (const auto installation = addSoftwareStep(report)) {
+        if (const auto link = addLinkStep(subject, *installation, report)) {
+            return addModuleSteps(subject, *link, report);
+        }
+    }
+    return std::nullopt;
+}
+
 Report foresee(const Subject& subject, Depth depth, int timeoutSeconds) {
     Report report;
     addLoadStep(subject, report);
-    if (const auto installation = addSoftwareStep(report)) {
-        if (const auto link = addLinkStep(subject, *installation, report)) {
-            if (const auto clientDir = addModuleSteps(subject, *link, report)) {
-                addLibrarySteps(*clientDir, depth, timeoutSeconds, report);
-            }
-        }
+    if (const auto clientDir = foreseeClientDirectory(subject, report)) {
+        addLibrarySteps(*clientDir, depth, timeoutSeconds, report);
     }
     addMemoryStep(depth, timeoutSeconds, report);
     addTextsStep(report);

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cstdio>
 
-#include "securemem/PoolBlock.h"
 #include "support/OvWalletException.h"
 #include "support/formatMessage.h"
 
@@ -61,7 +60,7 @@ class NoEcho {
 
 std::unique_ptr<SecureByteVector> readAll(int descriptor, const std::string& name) {
     constexpr std::size_t kStep = 65536;
-    const PoolBlock buffer(kStep);
+    SecureByteVector buffer(kStep);
     auto text = std::make_unique<SecureByteVector>(0);
     for (;;) {
         const ssize_t length = ::read(descriptor, buffer.begin(), kStep);
@@ -88,7 +87,7 @@ std::unique_ptr<SecureByteVector> askOnTerminal() {
     const Descriptor terminal("/dev/tty", O_RDWR | O_NOCTTY);
     const NoEcho noEcho(terminal.get());
     static_cast<void>(std::fputs("Text (not shown): ", stderr));
-    const PoolBlock buffer(kLongestLine);
+    SecureByteVector buffer(kLongestLine);
     ssize_t length = ::read(terminal.get(), buffer.begin(), kLongestLine);
     const int errnum = errno;
     if (length < 0) {

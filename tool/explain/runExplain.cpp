@@ -8,6 +8,7 @@
 #include "support/OvWalletException.h"
 #include "tool/explain/explainJson.h"
 #include "tool/explain/explainPage.h"
+#include "tool/explain/fetchEntries.h"
 #include "tool/explain/readText.h"
 
 namespace Orvanta_OvWallet::Tool {
@@ -59,7 +60,8 @@ int runExplain(const ExplainOptions& options) {
     const Explanation explanation = explainText(
         {text->begin(), text->size()},
         options.url ? std::optional(std::span(url->begin(), url->size())) : std::nullopt);
-    const std::vector<FetchedEntry> fetched;
+    const std::vector<FetchedEntry> fetched =
+        options.fetch ? fetchEntries(explanation.references) : std::vector<FetchedEntry>{};
     if (options.json) {
         writeOutput(explanationJson(explanation, fetched) + "\n");
     } else {

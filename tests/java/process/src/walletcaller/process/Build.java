@@ -10,6 +10,9 @@ final class Build {
     /** The shipped file. */
     static final Path LIBRARY = property("library");
 
+    /** The command walletcaller. */
+    static final Path COMMAND = property("command");
+
     /** The library that redirects two pathnames of the machine for one process. */
     static final Path REDIRECT = property("redirect");
 

@@ -11,7 +11,10 @@ final class ConnectorJvm extends ChildJvm {
     static final String INPUT = "Input";
     static final String OUTPUT = "Output";
 
+    private final Path workDirectory;
+    private final Map<String, String> environment;
     private final String privateDirectory;
+    private boolean called;
 
     /** The pathname is that of the private directory, with a "/" at its end. */
     ConnectorJvm(Path workDirectory, Map<String, String> environment, List<Path> classPath,
@@ -19,6 +22,8 @@ final class ConnectorJvm extends ChildJvm {
         super(workDirectory, environment, List.of(Build.JAVA.toString()),
                 Stream.concat(Scene.NATIVE_ACCESS.stream(), Stream.of("-Xmx64m")).toList(),
                 classPath, List.of("walletcaller.child.CallServer", privateDirectory));
+        this.workDirectory = workDirectory;
+        this.environment = environment;
         this.privateDirectory = privateDirectory;
     }
 
@@ -58,8 +63,16 @@ final class ConnectorJvm extends ChildJvm {
         return call(privateDirectory);
     }
 
+    /** The set-up is made by the first call, so that is the one that can be foreseen. */
     Outcome call(String directory) {
-        return Outcome.parse(ask("call " + Bytes.hex(directory) + " 1"));
+        Doctor doctor = called || directory == null
+                ? null : new Doctor(environment, workDirectory.resolve("doctor"), directory);
+        called = true;
+        Outcome outcome = Outcome.parse(ask("call " + Bytes.hex(directory) + " 1"));
+        if (doctor != null) {
+            doctor.assertForesaw(outcome);
+        }
+        return outcome;
     }
 
     /** Stops at the first call that fails. */
