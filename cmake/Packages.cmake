@@ -1,51 +1,75 @@
-# What users get: the shipped file with its licence, version, checksums and bill of materials, installed by
-# cmake --install or as the archives that scripts/make-packages makes.
+# What users get: the shipped file with its pages, licence, version, checksums and bill of materials, as
+# cmake --install lays it out. scripts/make-packages makes the archives of it. Two components are left
+# out of a plain installation: `sandbox`, the stand-in wallet, has an archive of its own.
 
 set(package_texts ${PROJECT_BINARY_DIR}/package-texts)
-set(texts VERSION SHA256SUMS walletcaller.spdx.json)
+set(texts VERSION SOURCE_DATE_EPOCH walletcaller.spdx.json walletcaller.spec pom.xml)
 list(TRANSFORM texts PREPEND ${package_texts}/)
+file(GLOB templates CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/package/*.in)
 
 # Version of utfcpp, whose headers are compiled in.
 find_package(utf8cpp CONFIG QUIET)
 
+# The time that everything in a package bears is that of the sources, whenever they are built.
+set(source_time "$ENV{SOURCE_DATE_EPOCH}")
+if(NOT source_time AND EXISTS ${PROJECT_SOURCE_DIR}/.git)
+    execute_process(COMMAND git -c safe.directory=* log -1 --format=%ct
+        WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}
+        OUTPUT_VARIABLE source_time OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+elseif(NOT source_time)
+    file(TIMESTAMP ${PROJECT_SOURCE_DIR}/CMakeLists.txt source_time "%s" UTC)
+endif()
+
+# The command that comes beside the library, with its page.
+set(command_page ${PROJECT_SOURCE_DIR}/tool/walletcaller.1)
+set(with_command OFF)
+if(TARGET walletcaller AND EXISTS ${command_page})
+    set(with_command ON)
+endif()
+
 add_custom_command(OUTPUT ${texts}
     COMMAND ${CMAKE_COMMAND}
         -D FILE=$<TARGET_FILE:WalletCaller>
-        -D LICENSE=${PROJECT_SOURCE_DIR}/LICENSE
-        -D TEMPLATE=${PROJECT_SOURCE_DIR}/cmake/sbom.spdx.json.in
+        -D TEMPLATES=${PROJECT_SOURCE_DIR}/cmake/package
         -D VERSION=${PROJECT_VERSION}
+        -D SUMMARY=${PROJECT_DESCRIPTION}
+        -D URL=${PROJECT_HOMEPAGE_URL}
+        -D SOURCE_TIME=${source_time}
+        -D WITH_COMMAND=${with_command}
         -D GCC_VERSION=${CMAKE_CXX_COMPILER_VERSION}
         -D UTFCPP_VERSION=${utf8cpp_VERSION}
         -D READELF=${CMAKE_READELF}
         -D DIRECTORY=${package_texts}
         -P ${PROJECT_SOURCE_DIR}/cmake/writePackageTexts.cmake
-    DEPENDS WalletCaller ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/cmake/sbom.spdx.json.in
-        ${PROJECT_SOURCE_DIR}/cmake/writePackageTexts.cmake
+    DEPENDS WalletCaller ${templates} ${PROJECT_SOURCE_DIR}/cmake/writePackageTexts.cmake
     VERBATIM)
 add_custom_target(package_texts ALL DEPENDS ${texts})
 
+set(documents share/doc/walletcaller)
+
 # The file is loaded by its pathname, from a copy in a private directory: it lies where no linker looks.
 install(PROGRAMS $<TARGET_FILE:WalletCaller> DESTINATION lib64/walletcaller)
-install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${texts} DESTINATION share/doc/walletcaller)
+if(with_command)
+    install(PROGRAMS $<TARGET_FILE:walletcaller> DESTINATION bin)
+    install(FILES ${command_page} DESTINATION share/man/man1)
+endif()
+install(FILES LICENSE README.md ARCHITECTURE.md SECURITY.md CHANGELOG.md
+    ${package_texts}/VERSION ${package_texts}/walletcaller.spdx.json DESTINATION ${documents})
+foreach(page integration errors operations support)
+    install(FILES docs/${page}.md DESTINATION ${documents}/docs)
+endforeach()
+# The checksums of all that was just installed, by pathnames from the directory that they lie in.
+install(CODE "set(documents ${documents})" COMPONENT Unspecified)
+install(SCRIPT cmake/package/writeChecksums.cmake COMPONENT Unspecified)
 
-set(CPACK_GENERATOR TGZ RPM)
-set(CPACK_PACKAGE_NAME walletcaller)
-set(CPACK_PACKAGE_VENDOR "Orvanta")
-set(CPACK_PACKAGE_CONTACT "Orvanta")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY ${PROJECT_DESCRIPTION})
-set(CPACK_PACKAGE_FILE_NAME walletcaller-${PROJECT_VERSION}-redhatlinux-x8664)
-set(CPACK_PACKAGE_CHECKSUM SHA256)
-set(CPACK_STRIP_FILES OFF)
-set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_RPM_PACKAGE_LICENSE Apache-2.0)
-set(CPACK_RPM_PACKAGE_ARCHITECTURE x86_64)
-set(CPACK_RPM_FILE_NAME RPM-DEFAULT)
-# The oldest rpm that reads the package knows nothing newer.
-set(CPACK_RPM_COMPRESSION_TYPE gzip)
-# What the file needs is read from it; nobody links against it.
-set(CPACK_RPM_PACKAGE_AUTOREQ ON)
-set(CPACK_RPM_PACKAGE_AUTOPROV OFF)
-# rpmbuild would strip the file once more.
-set(CPACK_RPM_SPEC_MORE_DEFINE "%define __os_install_post %{nil}\n%define _build_id_links none")
-set(CPACK_PROJECT_CONFIG_FILE ${PROJECT_SOURCE_DIR}/cmake/packageConfig.cmake)
-include(CPack)
+set(client orvanta/client/14.10/ovwallet/redhatlinux-x8664)
+install(PROGRAMS
+    ${OVWALLET_SANDBOX_BASE}/${client}/libovwallet.so
+    ${OVWALLET_SANDBOX_BASE}/${client}/ovwallet
+    ${OVWALLET_SANDBOX_BASE}/${client}/ovwhelper.exe
+    DESTINATION ${client} COMPONENT sandbox EXCLUDE_FROM_ALL)
+install(DIRECTORY DESTINATION orvanta/client/ovwallet COMPONENT sandbox EXCLUDE_FROM_ALL)
+install(FILES LICENSE sandbox/README.md DESTINATION . COMPONENT sandbox EXCLUDE_FROM_ALL)
+# Its command is made with CLI11, whose licence wants to be told.
+install(FILES /usr/share/doc/libcli11-dev/copyright
+    DESTINATION . RENAME LICENSE.CLI11 COMPONENT sandbox EXCLUDE_FROM_ALL)

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """The same sources give the same bytes in another directory: reproducibleBuildTest.py FILE DIRECTORY
 
-FILE is the shipped file as it was built. DIRECTORY gets a copy of the sources and a build tree beside it,
+Compared are the shipped file and all packages. FILE is the shipped file as it was built; the packages of
+its build tree are put into the directory "packages" there. DIRECTORY gets a copy of the sources and a build tree beside it,
 which stays, so that the next run builds only what has changed.
 """
 
@@ -21,8 +22,12 @@ def main():
     shutil.rmtree(copy, ignore_errors=True)
     # Times are copied, too: what has not changed is not built again.
     shutil.copytree(TOP, copy, symlinks=True, ignore=NOT_COPIED)
+    # There is no history to take the time from.
+    with open(os.path.join(os.path.dirname(built), "package-texts", "SOURCE_DATE_EPOCH"), encoding="ascii") as file:
+        os.environ["SOURCE_DATE_EPOCH"] = file.read().strip()
     subprocess.run(["cmake", "--preset", "release", "-B", tree], cwd=copy, check=True)
-    subprocess.run(["cmake", "--build", tree, "-j2", "--target", "WalletCaller"], check=True)
+    subprocess.run(["cmake", "--build", tree, "-j2", "--target", "WalletCaller", "package_texts", "sandbox"],
+                   check=True)
 
     for name in os.path.basename(built), os.path.basename(built) + ".debug":
         first, second = os.path.join(os.path.dirname(built), name), os.path.join(tree, name)
@@ -35,6 +40,15 @@ def main():
         for place in TOP, copy, tree:
             if os.fsencode(place) in contents:
                 sys.exit(f"{name} holds the name of the directory {place}")
+
+    packages = []
+    for top, build in (TOP, os.path.dirname(built)), (copy, tree):
+        packages.append(os.path.join(build, "packages"))
+        subprocess.run([os.path.join(top, "scripts", "make-packages"), build, packages[-1]], check=True)
+    names = sorted(os.listdir(packages[0]))
+    _, differing, missing = filecmp.cmpfiles(*packages, names, shallow=False)
+    if differing or missing or sorted(os.listdir(packages[1])) != names:
+        sys.exit(f"the packages in {packages} differ: {differing or missing}")
 
 
 if __name__ == "__main__":

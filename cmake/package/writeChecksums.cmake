@@ -1,0 +1,10 @@
+# Run by cmake --install, after everything else.
+set(directory $ENV{DESTDIR}${CMAKE_INSTALL_PREFIX}/${documents})
+set(sums "")
+foreach(file IN LISTS CMAKE_INSTALL_MANIFEST_FILES)
+    file(SHA256 $ENV{DESTDIR}${file} sum)
+    file(RELATIVE_PATH name ${directory} $ENV{DESTDIR}${file})
+    string(APPEND sums "${sum}  ${name}\n")
+endforeach()
+file(WRITE ${directory}/SHA256SUMS ${sums})
+list(APPEND CMAKE_INSTALL_MANIFEST_FILES ${CMAKE_INSTALL_PREFIX}/${documents}/SHA256SUMS)
