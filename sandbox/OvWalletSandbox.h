@@ -41,7 +41,8 @@ extern "C" {
                                                                        std::uint64_t microseconds);
 
 // Every call of ENTRY throws before it does anything: with 1 std::runtime_error("the client library
-// threw"), with 2 an int; 0 takes that back. Another kind gives -1.
+// threw"), with 2 an object of a class of its own that is no std::exception; 0 takes that back.
+// Another kind gives -1.
 [[gnu::visibility("default")]] std::int32_t OvWalletSandbox_throwFromCalls(const char* entry,
                                                                            std::uint32_t kind);
 

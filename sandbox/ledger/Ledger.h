@@ -41,7 +41,7 @@ inline constexpr auto kCounterNames = std::to_array<std::string_view>(
 enum class ThrowKind : std::uint64_t {
     nothing = 0,
     standardException = 1,  // std::runtime_error("the client library threw")
-    otherType = 2,          // an int
+    otherType = 2,          // no std::exception
 };
 
 // How the calls of one entry point are told to misbehave; all zero: not at all.

@@ -12,9 +12,22 @@ namespace Orvanta_OvWallet::Sandbox {
 namespace {
 
 // Its code is in this library, as that of a C++ library's exceptions is: whoever has one must not
-// close the library before he has done with it.
+// close the library before they have done with it.
 class LibraryException : public std::runtime_error {
     using std::runtime_error::runtime_error;
+};
+
+// What is no standard exception, with code in this library all the same: whoever catches it
+// destroys it.
+class LibraryThrowable {
+  public:
+    LibraryThrowable() = default;
+    LibraryThrowable(const LibraryThrowable&) = default;
+    LibraryThrowable& operator=(const LibraryThrowable&) = default;
+    virtual ~LibraryThrowable() { destroyed_ = true; }
+
+  private:
+    volatile bool destroyed_ = false;
 };
 
 void waitFor(std::uint64_t microseconds) {
@@ -31,7 +44,7 @@ void throwAsTold(ThrowKind kind) {
         case ThrowKind::standardException:
             throw LibraryException("the client library threw");
         case ThrowKind::otherType:
-            throw 1;
+            throw LibraryThrowable();
     }
 }
 

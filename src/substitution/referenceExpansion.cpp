@@ -9,7 +9,6 @@
 #include "support/OvWalletException.h"
 #include "support/formatMessage.h"
 #include "wallet/WalletOwner.h"
-#include "wallet/inOwnWords.h"
 
 namespace Orvanta_OvWallet {
 namespace {
@@ -72,7 +71,7 @@ std::size_t replaceReference(SecureByteVector& text, std::size_t keyword, Wallet
     if (value.get() == nullptr) {
         throwNoValue();
     }
-    const auto [bytes, size] = inOwnWords([&value] {
+    const auto [bytes, size] = copyingExceptions([&value] {
         return std::pair{OvWallet_getPtrLockedUTF8Vector(value.get()),
                          OvWallet_getSizeLockedUTF8Vector(value.get())};
     });

@@ -1,14 +1,14 @@
 // The eight ways in which an entry point of the wallet library is called.
 //
-// They keep the library's reference count in step with the objects that it hands out, take
-// ProcessLock where the call or the count needs it, and turn exceptions into error objects where
-// there is one to return. Entry is the member of the function table, say
+// They keep the library's use count in step with the objects that it hands out, take ProcessLock
+// where the call or the count needs it, and turn exceptions into error objects where there is one
+// to return. Entry is the member of the function table, such as
 // &WalletFunctionPointers_t::OvWallet_getStringValue.
 //
-// loadFirst, referenceAlways and referenceOnError never throw anything derived from std::exception:
-// a failure of our own, or one that the library throws, is returned as an error object of our own
-// (code 12 for NotInstalledException, 11 otherwise), which owns no reference. The others let such
-// exceptions pass. An exception of any other type passes through all of them.
+// loadFirst, retainAlways and retainOnError never throw anything derived from std::exception: a
+// failure of our own, or one that the library throws, is returned as an error object of our own
+// (code 12 for NotInstalledException, 11 otherwise), which owns no use of the library. The others
+// let such exceptions pass. An exception of any other type passes through all of them.
 //
 // Except for loadFirst, and the disciplines on error objects of our own, the caller holds an object
 // of the library, which keeps it loaded.
@@ -17,7 +17,6 @@
 #include <cstdint>
 #include <exception>
 #include <optional>
-#include <utility>
 
 #include "support/OvWalletException.h"
 #include "support/inSilence.h"
@@ -27,30 +26,21 @@
 
 namespace Orvanta_OvWallet::PrivateStuff {
 
-// Adds one reference to the library, loading it when it is the first. Adds none when it throws.
-void addReference();
+// Adds one use of the library under the lock, loading it when it is the first.
+inline void retainLibrary() {
+    const ProcessLockGuard lock;
+    walletFunctions().load();
+}
 
-// Drops one reference, closing the library when it was the last. Throws OvWalletException
-// "Cannot unload the "PATH" library because: TEXT", and what ProcessLock throws; the reference is
-// dropped all the same unless the lock cannot be had at all.
-void dropReference();
+// Drops one use under the lock, closing the library when it was the last. Throws OvWalletException
+// "Cannot unload the "PATH" library because: TEXT"; the use is dropped all the same. It stays when
+// the lock cannot be had.
+inline void releaseLibrary() {
+    const ProcessLockGuard lock;
+    walletFunctions().release();
+}
 
-// A reference that belongs to the call until an object takes it over. Dropped otherwise, in
-// silence: the failure that kept the object from being made is the one to report.
-class CallReference {
-  public:
-    CallReference() = default;
-    ~CallReference();
-    CallReference(const CallReference&) = delete;
-    CallReference& operator=(const CallReference&) = delete;
-
-    void add();
-    void handOver() noexcept { held_ = false; }
-
-  private:
-    bool held_ = false;
-};
-
+// What the call returns, or an error object for what it throws.
 template <typename Call>
 WalletError* reportingErrors(const Call& call) {
     try {
@@ -62,146 +52,89 @@ WalletError* reportingErrors(const Call& call) {
     }
 }
 
-// Calls the entry point through the table with no lock, no reference and no exception handling.
+// Calls the entry point through the table with no lock, no counting and no exception handling.
 template <auto Entry, typename... Arguments>
 auto direct(Arguments... arguments) {
     return (walletFunctions().*Entry)(arguments...);
 }
 
-// Frees what the library put into the place, without dropping a reference: the object has none.
-template <auto Free, typename Object>
-void takeBackFrom(Object** place) {
-    if (place != nullptr && *place != nullptr) {
-        direct<Free>(std::exchange(*place, nullptr));
-    }
-}
-
-// What an argument of an entry point handed out; most hand out nothing.
-template <typename Argument>
-void takeBackObject(Argument) {}
-inline void takeBackObject(Wallet** wallet) {
-    takeBackFrom<&WalletFunctionPointers_t::OvWallet_freeV1>(wallet);
-}
-inline void takeBackObject(LockedUTF8Vector** vector) {
-    takeBackFrom<&WalletFunctionPointers_t::OvWallet_freeLockedUTF8Vector>(vector);
-}
-inline void takeBackObject(UTF8Vector** vector) {
-    takeBackFrom<&WalletFunctionPointers_t::OvWallet_freeUTF8Vector>(vector);
-}
-inline void takeBackObject(StringNames** names) {
-    takeBackFrom<&WalletFunctionPointers_t::OvWallet_freeStringNames>(names);
-}
-
-// For a call that succeeded in the library and failed with us afterwards: the caller gets our error
-// object instead, and would never free what the library gave him.
-template <typename... Arguments>
-void takeBack(WalletError* error, Arguments... arguments) noexcept {
-    inSilence([&] {
-        if (error != nullptr) {
-            direct<&WalletFunctionPointers_t::OvWallet_freeError>(error);
-        } else {
-            (takeBackObject(arguments), ...);
-        }
-    });
-}
-
-// Adds the reference of what the library handed out, which is freed when that fails.
-template <typename... Arguments>
-void addReferenceOrTakeBack(WalletError* error, Arguments... arguments) {
-    try {
-        addReference();
-    } catch (...) {
-        takeBack(error, arguments...);
-        throw;
-    }
-}
-
 // For calls that may come first in a process: loads the library, then calls it, all under the lock.
-// The reference belongs to the object that the call hands out, be it an error object. The
-// reference outlives the handlers: an exception of the library is code of the library.
+// The use belongs to the object that the call hands out, be it an error object.
 template <auto Entry, typename... Arguments>
 WalletError* loadFirst(Arguments... arguments) {
-    CallReference reference;
-    return reportingErrors([&] {
-        WalletError* error = nullptr;
-        bool returned = false;
-        try {
-            underLock([&] {
-                reference.add();
-                error = direct<Entry>(arguments...);
-                returned = true;
-            });
-        } catch (...) {
-            if (returned) {
-                takeBack(error, arguments...);
-            }
-            throw;
-        }
-        reference.handOver();
-        return error;
+    bool ownsUse = false;
+    WalletError* const error = reportingErrors([&] {
+        const ProcessLockGuard lock;
+        walletFunctions().load();
+        ownsUse = true;
+        WalletError* const result = direct<Entry>(arguments...);
+        ownsUse = false;
+        return result;
     });
+    // Only now: the library's own exception is code of the library until the handlers have done
+    // with it. One that they let pass leaves with the library still open.
+    if (ownsUse) {
+        inSilence(releaseLibrary);
+    }
+    return error;
 }
 
-// For calls that hand out an object: calls without the lock, then adds the reference of the output
-// object or, on failure, of the error object.
+// For calls that hand out an object: calls without the lock, then adds the use of the output object
+// or, on failure, of the error object.
 template <auto Entry, typename... Arguments>
-WalletError* referenceAlways(Arguments... arguments) {
+WalletError* retainAlways(Arguments... arguments) {
     return reportingErrors([&] {
         WalletError* const error = direct<Entry>(arguments...);
-        addReferenceOrTakeBack(error, arguments...);
+        retainLibrary();
         return error;
     });
 }
 
-// For calls that hand out nothing but an error object: calls without the lock, then adds a
-// reference for the error object if there is one.
+// For calls that hand out nothing but an error object: calls without the lock, then adds a use for
+// the error object if there is one.
 template <auto Entry, typename... Arguments>
-WalletError* referenceOnError(Arguments... arguments) {
+WalletError* retainOnError(Arguments... arguments) {
     return reportingErrors([&] {
         WalletError* const error = direct<Entry>(arguments...);
         if (error != nullptr) {
-            addReferenceOrTakeBack(error);
+            retainLibrary();
         }
         return error;
     });
 }
 
-// Frees an object of the library, called without the lock, then drops the object's reference.
+// Frees an object of the library, called without the lock, then drops the object's use.
 template <auto Entry, typename Object>
 void release(Object* object) {
     direct<Entry>(object);
-    dropReference();
+    releaseLibrary();
 }
 
 // Frees an error object, ours or the library's, under the lock throughout.
 template <auto Entry>
 void freeError(WalletError* error) {
-    giveBackUnderLock([&] {
-        if (!freeLocalError(error)) {
-            direct<Entry>(error);
-            dropReference();
-        }
-    });
+    const ProcessLockGuard lock;
+    if (!freeLocalError(error)) {
+        direct<Entry>(error);
+        walletFunctions().release();
+    }
 }
 
 // Reads an error object, ours or the library's, under the lock throughout.
 template <auto Entry>
 auto errorAccessor(WalletError* error) {
-    decltype(direct<Entry>(error)) result{};
-    underLock([&] {
-        const std::optional<LocalErrorContents> local = localErrorContents(error);
-        result = local ? std::get<decltype(result)>(*local) : direct<Entry>(error);
-    });
-    return result;
+    const ProcessLockGuard lock;
+    using Result = decltype(direct<Entry>(error));
+    const std::optional<LocalErrorContents> local = localErrorContents(error);
+    return local ? std::get<Result>(*local) : direct<Entry>(error);
 }
 
 // Deliberate: asks the library under the lock without looking whether the error object is one of
 // our own, which the library then is asked about too.
 template <auto Entry>
 auto plainUnderLock(WalletError* error) {
-    decltype(direct<Entry>(error)) result{};
-    underLock([&] { result = direct<Entry>(error); });
-    return result;
+    const ProcessLockGuard lock;
+    return direct<Entry>(error);
 }
 
 }  // namespace Orvanta_OvWallet::PrivateStuff

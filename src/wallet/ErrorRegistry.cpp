@@ -1,8 +1,7 @@
 #include "wallet/ErrorRegistry.h"
 
-#include <functional>
+#include <map>
 #include <memory>
-#include <set>
 #include <string>
 #include <utility>
 
@@ -19,45 +18,12 @@ struct LocalError {
     std::string message;
 };
 
-const void* addressOf(const std::unique_ptr<LocalError>& error) {
-    return error.get();
-}
-const void* addressOf(const WalletError* error) {
-    return error;
-}
-
-// Orders by address, and finds a LocalError by the address that was handed out for it.
-struct ByAddress {
-    using is_transparent = void;
-    template <typename Left, typename Right>
-    bool operator()(const Left& left, const Right& right) const {
-        return std::less<>()(addressOf(left), addressOf(right));
-    }
-};
-
-using ErrorRegistry = std::set<std::unique_ptr<LocalError>, ByAddress>;
+// By the address that was handed out for the error, which is the LocalError's.
+using ErrorRegistry = std::map<const WalletError*, std::unique_ptr<LocalError>>;
 
 ErrorRegistry& registry() {
     static NeverDestroyed<ErrorRegistry> errors;
     return *errors;
-}
-
-WalletError* asWalletError(LocalError* error) {
-    return reinterpret_cast<WalletError*>(error);
-}
-
-// Nothing is registered when it throws, be it because the lock could not be given up.
-void registerError(std::unique_ptr<LocalError> error) {
-    std::optional<ErrorRegistry::iterator> registered;
-    try {
-        const ProcessLockGuard lock;
-        registered = registry().insert(std::move(error)).first;
-    } catch (...) {
-        if (registered) {
-            giveBackUnderLock([&] { registry().erase(*registered); });
-        }
-        throw;
-    }
 }
 
 }  // namespace
@@ -70,9 +36,10 @@ WalletError* outOfMemoryError() {
 WalletError* errorFromException(const std::exception& exception, std::int32_t code) noexcept {
     try {
         auto error = std::make_unique<LocalError>(LocalError{code, exception.what()});
-        LocalError* const made = error.get();
-        registerError(std::move(error));
-        return asWalletError(made);
+        auto* const address = reinterpret_cast<WalletError*>(error.get());
+        const ProcessLockGuard lock;
+        registry().emplace(address, std::move(error));
+        return address;
     } catch (const std::exception&) {
         return outOfMemoryError();
     }
@@ -86,19 +53,11 @@ std::optional<LocalErrorContents> localErrorContents(WalletError* error) {
     if (local == registry().end()) {
         return std::nullopt;
     }
-    return LocalErrorContents{(*local)->code, (*local)->message.c_str()};
+    return LocalErrorContents{local->second->code, local->second->message.c_str()};
 }
 
 bool freeLocalError(WalletError* error) {
-    if (error == outOfMemoryError()) {
-        return true;
-    }
-    const auto local = registry().find(error);
-    if (local == registry().end()) {
-        return false;
-    }
-    registry().erase(local);
-    return true;
+    return error == outOfMemoryError() || registry().erase(error) != 0;
 }
 
 }  // namespace Orvanta_OvWallet::PrivateStuff

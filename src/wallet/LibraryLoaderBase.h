@@ -1,6 +1,6 @@
 // Opens the OvWallet client library at run time and keeps it open exactly as long as it is needed.
 //
-// Theory of operation. The library is opened when the reference count rises from zero to one and
+// Theory of operation. The library is opened when the use count rises from zero to one and
 // closed when it falls back to zero. The count is the number of live objects that the library
 // handed out (wallets, vectors, name lists, error objects) plus calls in flight, so a function
 // pointer may be used without the lock by whoever holds such an object. Every opening finds the
@@ -46,32 +46,32 @@ class LibraryLoaderBase_t {
     LibraryLoaderBase_t(const LibraryLoaderBase_t&) = delete;
     LibraryLoaderBase_t& operator=(const LibraryLoaderBase_t&) = delete;
 
-    // Adds one reference; the first opens the library and resolves the table. Throws what
+    // Adds one use; the first opens the library and resolves the table. Throws what
     // openLibrary and findEntryPoint throw; count and library are then as before.
     void load() {
-        referenceCount_.increment();
-        if (!referenceCount_.isOne()) {
+        useCount_.increment();
+        if (!useCount_.isOne()) {
             return;
         }
         try {
             openAndResolve();
         } catch (...) {
-            referenceCount_.decrement();
+            useCount_.decrement();
             throw;
         }
     }
 
-    // Drops one reference; the last closes the library. Throws what closeLibrary throws; the
-    // reference is dropped all the same. Precondition: there is a reference.
+    // Drops one use; the last closes the library. Throws what closeLibrary throws; the use
+    // is dropped all the same. Precondition: there is a use.
     void release() {
-        referenceCount_.decrement();
-        if (referenceCount_.isZero()) {
+        useCount_.decrement();
+        if (useCount_.isZero()) {
             closeLibrary(path_, handle_);
         }
     }
 
     const std::string& path() const { return path_; }
-    const UnboundedCounter& referenceCount() const { return referenceCount_; }
+    const UnboundedCounter& useCount() const { return useCount_; }
 
   protected:
     // Looks one entry point up in the open library and stores its address in slot. The ordinal
@@ -95,7 +95,7 @@ class LibraryLoaderBase_t {
 
     std::string path_;
     void* handle_ = nullptr;
-    UnboundedCounter referenceCount_;
+    UnboundedCounter useCount_;
 };
 
 }  // namespace Orvanta_OvWallet::PrivateStuff

@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include <exception>
+#include <mutex>
 
 #include "support/NeverDestroyed.h"
 #include "support/OvWalletException.h"
@@ -12,8 +13,26 @@
 namespace Orvanta_OvWallet {
 namespace {
 
-pthread_mutex_t guardMutex = PTHREAD_MUTEX_INITIALIZER;
-pthread_mutex_t holdMutex = PTHREAD_MUTEX_INITIALIZER;
+[[noreturn]] void throwCannotLock(int error) {
+    throw OvWalletException("Cannot lock mutex (errno = " + errnoText(error) + ").");
+}
+
+class Mutex {
+  public:
+    void lock() {
+        const int error = ::pthread_mutex_lock(&mutex_);
+        if (error != 0) {
+            throwCannotLock(error);
+        }
+    }
+    void unlock() { ::pthread_mutex_unlock(&mutex_); }
+
+  private:
+    pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
+};
+
+constinit Mutex guardMutex;
+constinit Mutex holdMutex;
 pthread_t owner;
 
 UnboundedCounter& holdCount() {
@@ -21,36 +40,9 @@ UnboundedCounter& holdCount() {
     return *count;
 }
 
-class MutexOwner {
-  public:
-    explicit MutexOwner(pthread_mutex_t& mutex) : mutex_(&mutex) {
-        const int error = ::pthread_mutex_lock(mutex_);
-        if (error != 0) {
-            throw OvWalletException("Cannot lock mutex (errno = " + errnoText(error) + ").");
-        }
-    }
-    ~MutexOwner() {
-        if (mutex_ != nullptr) {
-            ::pthread_mutex_unlock(mutex_);
-        }
-    }
-    MutexOwner(const MutexOwner&) = delete;
-    MutexOwner& operator=(const MutexOwner&) = delete;
-
-    // Takes over a mutex that this thread locked earlier, so that the destructor unlocks it.
-    struct AlreadyLocked {};
-    MutexOwner(pthread_mutex_t& mutex, AlreadyLocked) : mutex_(&mutex) {}
-
-    // Leaves the mutex locked beyond this owner's life.
-    void keepLocked() { mutex_ = nullptr; }
-
-  private:
-    pthread_mutex_t* mutex_;
-};
-
 // Raises the count when the calling thread is the holder; otherwise leaves it as it was.
 bool enterAgain() {
-    const MutexOwner guard(guardMutex);
+    const std::lock_guard guard(guardMutex);
     UnboundedCounter& count = holdCount();
     count.increment();
     if (!count.isOne() && ::pthread_equal(owner, ::pthread_self()) != 0) {
@@ -66,22 +58,23 @@ void ProcessLock::lock() {
     if (enterAgain()) {
         return;
     }
-    MutexOwner hold(holdMutex);
-    const MutexOwner guard(guardMutex);
+    // Given back when the guard mutex cannot be had: all later calls would wait for ever.
+    std::unique_lock hold(holdMutex);
+    const std::lock_guard guard(guardMutex);
     holdCount().increment();
     owner = ::pthread_self();
-    hold.keepLocked();
+    hold.release();
 }
 
 void ProcessLock::unlock() {
-    bool released = false;
+    bool isFree = false;
     {
-        const MutexOwner guard(guardMutex);
+        const std::lock_guard guard(guardMutex);
         holdCount().decrement();
-        released = holdCount().isZero();
+        isFree = holdCount().isZero();
     }
-    if (released) {
-        const MutexOwner hold(holdMutex, MutexOwner::AlreadyLocked{});
+    if (isFree) {
+        holdMutex.unlock();
     }
 }
 
@@ -93,7 +86,6 @@ ProcessLockGuard::~ProcessLockGuard() noexcept(false) {
     try {
         ProcessLock::unlock();
     } catch (...) {
-        inSilence(ProcessLock::unlock);
         if (std::uncaught_exceptions() <= exceptionsAtConstruction_) {
             throw;
         }

@@ -1,7 +1,7 @@
 // The table of the OvWallet client library's entry points, one function pointer each.
 //
 // There is one table in the process, made on first use and never destroyed. The pointers are null
-// until the library was loaded for the first time, and valid while the reference count is above
+// until the library was loaded for the first time, and valid while the use count is above
 // zero.
 #pragma once
 

@@ -1,14 +1,12 @@
 #include "wallet/WalletOwner.h"
 
-#include "support/OvWalletException.h"
 #include "support/formatMessage.h"
-#include "wallet/inOwnWords.h"
 
 namespace Orvanta_OvWallet {
 void throwWalletError(const char* messageTemplate, WalletError* error) {
     const OwnedWalletError owner(error);
     const char* const description =
-        inOwnWords([error] { return OvWallet_getErrorDescription(error); });
+        copyingExceptions([error] { return OvWallet_getErrorDescription(error); });
     throw OvWalletException(
         formatMessage(messageTemplate, description == nullptr ? "unknown error" : description));
 }

@@ -1,25 +1,26 @@
-// Owners of what the wallet library hands out.
+// What callers of the wrappers need: owners of what the wallet library hands out, and its failures
+// as exceptions of ours.
 //
 // An owner frees its object when it goes. Freeing may fail, and a destructor keeps that to itself;
 // where the failure is to be reported, call free() first.
 #pragma once
 
+#include <exception>
+
+#include "support/OvWalletException.h"
+#include "support/inSilence.h"
 #include "wallet/WalletApi.h"
 
 namespace Orvanta_OvWallet {
 
-// A null object is freed like any other: its call succeeded, so a reference to the library came
-// with it, which only the free function gives back.
+// A null object is freed like any other: its call succeeded, so a use of the library came with
+// it, which only the free function gives back.
 template <typename Object, void (*Free)(Object*)>
 class WalletOwner {
   public:
     explicit WalletOwner(Object* object) noexcept : object_(object) {}
     ~WalletOwner() {
-        try {
-            free();
-        } catch (...) {
-            return;
-        }
+        inSilence([this] { free(); });
     }
     WalletOwner(const WalletOwner&) = delete;
     WalletOwner& operator=(const WalletOwner&) = delete;
@@ -43,9 +44,23 @@ using OwnedWallet = WalletOwner<Wallet, OvWallet_freeV1>;
 using OwnedLockedUTF8Vector = WalletOwner<LockedUTF8Vector, OvWallet_freeLockedUTF8Vector>;
 using OwnedWalletError = WalletOwner<WalletError, OvWallet_freeError>;
 
+// Runs call, which calls the client library. The class of an exception that it throws may be the
+// client library's own, with its code, and what is freed while the exception is on its way may
+// close the library. So an OvWalletException with the same message leaves in its place. Anything
+// that is no std::exception passes.
+template <typename Call>
+auto copyingExceptions(const Call& call) {
+    try {
+        return call();
+    } catch (const std::exception& exception) {
+        throw OvWalletException(exception.what());
+    }
+}
+
 // Throws OvWalletException with the error object's description in the place of the template's one
 // "%s", and frees the error object, which is not null. If the client library throws in the place of
-// describing it, its own message is all there is.
+// describing it, its own message is all there is. A description that is not UTF-8 leaves as the
+// exception of formatMessage that says so.
 [[noreturn]] void throwWalletError(const char* messageTemplate, WalletError* error);
 
 // The template of openWallet's failure.

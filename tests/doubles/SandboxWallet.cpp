@@ -108,8 +108,8 @@ std::string SandboxWallet::held() const {
             text += name + (" " + std::to_string(count)) + "\n";
         }
     }
-    if (!Orvanta_OvWallet::PrivateStuff::walletFunctions().referenceCount().isZero()) {
-        text += "references to the library\n";
+    if (!Orvanta_OvWallet::PrivateStuff::walletFunctions().useCount().isZero()) {
+        text += "uses of the library\n";
     }
     return text;
 }

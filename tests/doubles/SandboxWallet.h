@@ -31,8 +31,8 @@ class SandboxWallet {
     void failCall(const std::string& entry, std::uint64_t k, const std::string& text);
     void throwFromCalls(const std::string& entry, std::uint32_t kind);
 
-    // Whatever is alive, was misused, or still has a reference to the library in the code under
-    // test, in words; "" when there is nothing of the kind.
+    // Whatever is alive or was misused, and whether the code under test still uses the library, in
+    // words; "" when there is nothing of the kind.
     std::string held() const;
 
     // The set-up of a whole call finds the sandbox installation in the place of the machine's.

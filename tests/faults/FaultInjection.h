@@ -22,10 +22,10 @@
 enum WalletFault {
     kReturnsError = 1,      // an error object with the text kWalletErrorText
     kThrowsException,       // std::runtime_error("the client library threw")
-    kThrowsNumber,          // an int
+    kThrowsOther,           // what is no std::exception
     kHandsOutNull,          // success, with a null object
     kFreeThrowsException,   // as kThrowsException, but only a free function
-    kFreeThrowsNumber,      // as kThrowsNumber, but only a free function
+    kFreeThrowsOther,       // as kThrowsOther, but only a free function
     kDescribesNothing,      // a null description
     kDescribesInvalidUtf8,  // a description that is no UTF-8
 };

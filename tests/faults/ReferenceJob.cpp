@@ -51,7 +51,7 @@ void ReferenceJob::reset() {
 // The faults concern the exported function alone, not what surrounds it here.
 CallReport ReferenceJob::call(const std::vector<Fault>& faults) {
     CallReport report;
-    bool numberPassed = false;
+    bool otherPassed = false;
     report.outcome = jvm_.inNativeFrame([&] {
         const jobject context = job_.jobContextReference();
         const jstring directory =
@@ -60,13 +60,13 @@ CallReport ReferenceJob::call(const std::vector<Fault>& faults) {
         try {
             Java_com_orvanta_connector_common_ovwallet_WalletCaller_performSubstitutions(
                 jvm_.env(), nullptr, context, directory);
-        } catch (int) {
-            numberPassed = true;
+        } catch (...) {
+            otherPassed = true;
         }
         report.happened = injection.finish();
     });
-    if (numberPassed) {
-        report.outcome += kNumberPassed;
+    if (otherPassed) {
+        report.outcome += kOtherPassed;
     }
     report.everythingWritten = isEverythingWritten();
     return report;

@@ -19,7 +19,7 @@ struct CallReport {
 };
 
 // The outcome when a number that the client library threw came out of the exported function.
-inline constexpr const char* kNumberPassed = "the number passed through";
+inline constexpr const char* kOtherPassed = "something else passed through";
 
 class ReferenceJob {
   public:

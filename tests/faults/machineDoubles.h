@@ -5,5 +5,5 @@
 #include "faults/Machine.h"
 
 void installFileDoubles(Machine& machine);     // pathnames, directories, files
-void installProcessDoubles(Machine& machine);  // memory, limits, users, mutexes, the system log
+void installProcessDoubles(Machine& machine);  // memory, limits, users, the system log
 void installWalletDoubles(Machine& machine);   // the dynamic loader and the client library

@@ -91,15 +91,6 @@ void installUserDoubles(Machine& machine) {
 void installProcessDoubles(Machine& machine) {
     installMemoryDoubles(machine);
     installUserDoubles(machine);
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        if (mutex == machine.lock.guard || mutex == machine.lock.hold) {
-            const char* const name = mutex == machine.lock.guard ? "guard" : "hold";
-            if (const auto error = FaultInjection::take("pthread_mutex_lock", name)) {
-                return *error;
-            }
-        }
-        return real::pthread_mutex_lock(mutex);
-    };
     systemCalls().syslog = [&](int, const char* text) {
         const FailingHeap::Pause pause;
         machine.log += text;

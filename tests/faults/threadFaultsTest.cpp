@@ -28,7 +28,6 @@ constexpr int kRounds = 100;
 Fault anyFault(std::mt19937& random) {
     static const std::vector<Fault> mostOfEach{
         {"allocation", 160},
-        {"pthread_mutex_lock", 140, EINVAL},
         {"JNI", 44, static_cast<int>(StrictJni::Failure::withException)},
         {"wallet", 10, kReturnsError},
         {"wallet", 10, kHandsOutNull},
@@ -52,12 +51,9 @@ bool isExpected(const CallReport& report, const Fault& fault) {
     if (ofOthers.contains(report.outcome) || report.happened.empty()) {
         return ofOthers.contains(report.outcome);
     }
-    if (fault.kind == "allocation" || fault.kind == "pthread_mutex_lock") {
+    if (fault.kind == "allocation") {
         const std::string noMemory = "An out of memory condition exists.";
-        const std::string message = fault.kind == "allocation"
-                                        ? "std::bad_alloc"
-                                        : "Cannot lock mutex (errno = Invalid argument).";
-        return outcomesAnywhere(message).contains(report.outcome) ||
+        return outcomesAnywhere("std::bad_alloc").contains(report.outcome) ||
                report.outcome == cannotUse(noMemory) || report.outcome == cannotGetValue(noMemory);
     }
     if (fault.kind == "wallet") {

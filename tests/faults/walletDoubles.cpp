@@ -24,10 +24,10 @@ RealEntryPoints realEntries;
 const char* const kInvalidUtf8 = "\xFF";
 
 bool failsOnly(int how) {
-    return how == kReturnsError || how == kThrowsException || how == kThrowsNumber;
+    return how == kReturnsError || how == kThrowsException || how == kThrowsOther;
 }
 bool throwsOnly(int how) {
-    return how == kThrowsException || how == kThrowsNumber;
+    return how == kThrowsException || how == kThrowsOther;
 }
 bool handsOutToo(int how) {
     return failsOnly(how) || how == kHandsOutNull;
@@ -36,7 +36,7 @@ bool describes(int how) {
     return throwsOnly(how) || how == kDescribesNothing || how == kDescribesInvalidUtf8;
 }
 bool freesBadly(int how) {
-    return throwsOnly(how) || how == kFreeThrowsException || how == kFreeThrowsNumber;
+    return throwsOnly(how) || how == kFreeThrowsException || how == kFreeThrowsOther;
 }
 
 // Has the client library itself return an error or throw from its next call of the entry point.

@@ -60,8 +60,8 @@ TEST_P(WalletFaults, AnExceptionIsReportedWithItsMessage) {
 }
 
 TEST_P(WalletFaults, AnythingElseThatIsThrownPassesThroughAndEverythingIsFreed) {
-    misbehaveInTurn(kThrowsNumber, [](const CallReport& report) {
-        EXPECT_EQ(report.outcome, kNumberPassed);
+    misbehaveInTurn(kThrowsOther, [](const CallReport& report) {
+        EXPECT_EQ(report.outcome, kOtherPassed);
         EXPECT_EQ(report.everythingWritten, isOf(report, "OvWallet_freeV1"));
     });
 }
@@ -120,7 +120,7 @@ INSTANTIATE_TEST_SUITE_P(
                         connectorFailure("Invalid UTF-8"), connectorFailure("Invalid UTF-8")},
         DescriptionCase{kThrowsException, "AnExceptionInItsPlace", connectorFailure(kThrown),
                         connectorFailure(kThrown)},
-        DescriptionCase{kThrowsNumber, "ANumberThrownInItsPlace", kNumberPassed, kNumberPassed}),
+        DescriptionCase{kThrowsOther, "SomethingElseThrownInItsPlace", kOtherPassed, kOtherPassed}),
     [](const auto& each) { return std::string(each.param.name); });
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "doubles/SystemCalls.h"
+#include "doubles/thrown.h"
 #include "jni/NativeCall.h"
 
 namespace {
@@ -62,7 +63,7 @@ TEST_F(ReleaseFailure, AfterAJavaExceptionThatOneStaysPending) {
 TEST_F(ReleaseFailure, AfterAnExceptionThatPassesThroughThatOneIsThrown) {
     sandbox_.throwFromCalls("OvWallet_getStringValue", 2);
     failNextClose();
-    EXPECT_THROW(call(), int);
+    EXPECT_EQ(thrownBy([&] { call(); }), "something else");
     EXPECT_EQ(failedCloses_, 1);
 }
 
@@ -73,7 +74,7 @@ TEST_F(ReleaseFailure, AWalletThatCannotBeMadeIsReportedAlsoWhenItsErrorIsTheLas
     EXPECT_EQ(failedCloses_, 1);
 }
 
-// The client library keeps what it did not free, and so the reference to it stays, too.
+// The client library keeps what it did not free, and so the use of it stays, too.
 TEST(ThrowingReleaseOfTheClientLibrary, AfterSuccessIsReported) {
     SandboxWallet::redirectInstallation();
     SandboxWallet sandbox;
@@ -82,7 +83,7 @@ TEST(ThrowingReleaseOfTheClientLibrary, AfterSuccessIsReported) {
     sandbox.throwFromCalls("OvWallet_freeV1", 1);
     EXPECT_EQ(job.performSubstitutions(privateModuleDir()),
               connectorException("the client library threw"));
-    EXPECT_EQ(sandbox.held(), "live.wallets 1\nreferences to the library\n");
+    EXPECT_EQ(sandbox.held(), "live.wallets 1\nuses of the library\n");
 }
 
 TEST(ThrowingReleaseOfTheClientLibrary, AfterAFailureIsNotReported) {

@@ -104,7 +104,7 @@ TEST_F(WalletSessionTest, LinksNothingAndAsksForNoPathnameTheSecondTime) {
     EXPECT_EQ(construct(), "");
     EXPECT_THAT(jvm_.takeCalls(), ElementsAreArray(kLookUps));
     EXPECT_THAT(system_.takeCalls(), ElementsAre());
-    EXPECT_EQ(walletFunctions().referenceCount().digits().front(), 2U);
+    EXPECT_EQ(walletFunctions().useCount().digits().front(), 2U);
 }
 
 TEST_F(WalletSessionTest, HasEveryFieldSet) {
@@ -151,7 +151,7 @@ TEST_F(WalletSessionTest, HandsTheFactoryANullWalletToFill) {
 
 TEST_F(WalletSessionTest, FreesNothingWhenItGoes) {
     EXPECT_EQ(construct(), "");
-    EXPECT_EQ(walletFunctions().referenceCount().digits().front(), 1U)
+    EXPECT_EQ(walletFunctions().useCount().digits().front(), 1U)
         << "the wallet is the entry point's to free";
     EXPECT_TRUE(fs::is_symlink(tempDir_ / "ovwalletdir"));
 }
@@ -172,7 +172,7 @@ TEST_F(WalletSessionTest, ReportsWhyTheWalletCannotBeOpenedAndFreesTheError) {
                 ElementsAre("dlopen /14.10/ovwallet/redhatlinux-x8664/libovwallet.so", "unlock",
                             "lock", "call OvWallet_getErrorDescription(0x22)", "unlock", "lock",
                             "call OvWallet_freeError(0x22)", "dlclose", "unlock"));
-    EXPECT_TRUE(walletFunctions().referenceCount().isZero());
+    EXPECT_TRUE(walletFunctions().useCount().isZero());
 }
 
 TEST_F(WalletSessionTest, ReportsThatTheLibraryIsMissing) {
@@ -180,7 +180,7 @@ TEST_F(WalletSessionTest, ReportsThatTheLibraryIsMissing) {
     EXPECT_EQ(construct(),
               "Attempt to use Orvanta Wallet failed because: Orvanta Wallet 14.10 is not installed "
               "(cannot access \"/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\")");
-    EXPECT_TRUE(walletFunctions().referenceCount().isZero());
+    EXPECT_TRUE(walletFunctions().useCount().isZero());
 }
 
 TEST_F(WalletSessionTest, ReportsANullTemporaryDirectory) {

@@ -93,7 +93,7 @@ TEST_F(ReferenceExpansion, AValueThatCannotBeFreedIsReported) {
     sandbox_.throwFromCalls("OvWallet_freeLockedUTF8Vector", 1);
     EXPECT_EQ(expanded("$ovwallet(a)$ovwallet(a)"), "failed: the client library threw");
     EXPECT_EQ(sandbox_.takeAsked(), Names{"a"});
-    heldAtEnd_ = "live.locked_vectors 1\nreferences to the library\n";
+    heldAtEnd_ = "live.locked_vectors 1\nuses of the library\n";
 }
 
 TEST_F(ReferenceExpansion, WithoutMemoryItFailsAndHoldsNothing) {

@@ -9,6 +9,7 @@
 
 #include "doubles/ClientLibraryDouble.h"
 #include "doubles/SystemCalls.h"
+#include "doubles/thrown.h"
 #include "wallet/WalletApi.h"
 
 namespace Orvanta_OvWallet {
@@ -27,35 +28,22 @@ Wallet* const kWallet = reinterpret_cast<Wallet*>(0x11);
 WalletError* const kLibraryError = reinterpret_cast<WalletError*>(0x22);
 LockedUTF8Vector* const kVector = reinterpret_cast<LockedUTF8Vector*>(0x33);
 
-// The text of what the action throws, "nothing" or "something else".
-template <typename Exception = OvWalletException, typename Action>
-std::string thrownBy(const Action& action) {
-    try {
-        action();
-        return "nothing";
-    } catch (const Exception& exception) {
-        return exception.what();
-    } catch (...) {
-        return "something else";
-    }
-}
-
 class CallDisciplines : public testing::Test {
   protected:
     CallDisciplines() {
-        openWithReferences(1);
-        dropAllReferences();
+        openWithUses(1);
+        dropAllUses();
     }
-    ~CallDisciplines() override { dropAllReferences(); }
+    ~CallDisciplines() override { dropAllUses(); }
 
-    void openWithReferences(int count) {
+    void openWithUses(int count) {
         for (int i = 0; i < count; ++i) {
             walletFunctions().load();
         }
         library_.takeEvents();
     }
-    void dropAllReferences() {
-        while (!walletFunctions().referenceCount().isZero()) {
+    void dropAllUses() {
+        while (!walletFunctions().useCount().isZero()) {
             walletFunctions().release();
         }
         library_.takeEvents();
@@ -82,8 +70,8 @@ class CallDisciplines : public testing::Test {
         return contents;
     }
 
-    static std::size_t references() {
-        const auto& digits = walletFunctions().referenceCount().digits();
+    static std::size_t uses() {
+        const auto& digits = walletFunctions().useCount().digits();
         return digits.empty() ? 0 : digits.front();
     }
 
@@ -114,16 +102,16 @@ TEST_F(LoadFirst, LoadsTheLibraryAndCallsItUnderOneLock) {
     EXPECT_EQ(makeWallet(), nullptr);
     EXPECT_THAT(events(),
                 ElementsAre("lock", kOpen, "call OvWalletFactory_generateOvWalletV1", "unlock"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
-TEST_F(LoadFirst, AddsOneReferenceToAnOpenLibraryWhateverTheResult) {
-    openWithReferences(1);
+TEST_F(LoadFirst, AddsOneUseToAnOpenLibraryWhateverTheResult) {
+    openWithUses(1);
     EXPECT_EQ(makeWallet(), nullptr);
-    EXPECT_EQ(references(), 2U);
+    EXPECT_EQ(uses(), 2U);
     library_.error = kLibraryError;
     EXPECT_EQ(makeWallet(), kLibraryError);
-    EXPECT_EQ(references(), 3U);
+    EXPECT_EQ(uses(), 3U);
     EXPECT_THAT(events(), ElementsAre("lock", "call OvWalletFactory_generateOvWalletV1", "unlock",
                                       "lock", "call OvWalletFactory_generateOvWalletV1", "unlock"));
 }
@@ -132,12 +120,12 @@ TEST_F(LoadFirst, ReportsAMissingLibraryWithCode12) {
     library_.openFailures = 1;
     WalletError* const error = makeWallet();
     EXPECT_THAT(events(), ElementsAre("lock", kOpen, "dlerror", "unlock", "lock", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
     EXPECT_EQ(taken(error),
               "12 Orvanta Wallet 14.10 is not installed (cannot access "
               "\"/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\")");
     EXPECT_THAT(events(), ElementsAre("lock", "unlock", "lock", "unlock", "lock", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
 TEST_F(LoadFirst, ReportsALibraryThatTheLoaderRefusesWithCode11) {
@@ -146,7 +134,7 @@ TEST_F(LoadFirst, ReportsALibraryThatTheLoaderRefusesWithCode11) {
     EXPECT_EQ(taken(makeWallet()),
               "11 Cannot load the \"/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\" library "
               "because: why");
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
 TEST_F(LoadFirst, LeavesWhatStandsInTheCallersPlaceWhenTheCallDidNotReturn) {
@@ -166,15 +154,15 @@ TEST_F(LoadFirst, TurnsAnExceptionOfTheLibraryIntoAnErrorAndClosesTheLibraryAgai
     WalletError* const error = makeWallet();
     EXPECT_THAT(events(), ElementsAre("lock", kOpen, "call OvWalletFactory_generateOvWalletV1",
                                       "unlock", "lock", "unlock", "lock", "dlclose", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
     EXPECT_EQ(taken(error), "11 the client library threw");
 }
 
 TEST_F(LoadFirst, LeavesTheCountOfAnOpenLibraryAsItWasAfterAnException) {
-    openWithReferences(2);
+    openWithUses(2);
     throwFromCalls();
     EXPECT_EQ(taken(makeWallet()), "11 the client library threw");
-    EXPECT_EQ(references(), 2U);
+    EXPECT_EQ(uses(), 2U);
 }
 
 // Code and data of such an exception lie in the library.
@@ -203,273 +191,203 @@ TEST_F(LoadFirst, ReportsTheFirstFailureWhenClosingFailsToo) {
     throwFromCalls();
     library_.closeFailures = 1;
     EXPECT_EQ(taken(makeWallet()), "11 the client library threw");
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
-TEST_F(LoadFirst, LetsAnythingButAStandardExceptionPass) {
+TEST_F(LoadFirst, LetsAnythingButAStandardExceptionPassWithTheLibraryStillOpen) {
     throwNumberFromCalls();
     EXPECT_THROW(makeWallet(), int);
-    EXPECT_THAT(events(), ElementsAre("lock", kOpen, "call OvWalletFactory_generateOvWalletV1",
-                                      "unlock", "lock", "dlclose", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_THAT(events(),
+                ElementsAre("lock", kOpen, "call OvWalletFactory_generateOvWalletV1", "unlock"));
+    EXPECT_EQ(uses(), 1U);
 }
 
 TEST_F(LoadFirst, TurnsALockFailureIntoAnErrorWithoutACall) {
     library_.failLocks({1});
     EXPECT_EQ(taken(makeWallet()), std::string("11 ") + kCannotLock);
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
 TEST_F(LoadFirst, ReportsExhaustionWhenTheErrorCannotBeRegisteredEither) {
     library_.failLocks({1, 2});
     EXPECT_EQ(makeWallet(), outOfMemoryError());
     EXPECT_THAT(events(), ElementsAre("lock fails", "lock fails"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
-TEST_F(LoadFirst, FreesTheWalletWhenTheLockCannotBeGivenUp) {
-    Wallet* wallet = nullptr;
-    library_.onCall = [&](const std::string& entry) {
-        if (entry == "OvWalletFactory_generateOvWalletV1") {
-            wallet = kWallet;
-        }
-    };
-    library_.failLocks({3});  // two attempts take the lock
-    EXPECT_EQ(taken(OvWalletFactory_generateOvWalletV1(&wallet)), std::string("11 ") + kCannotLock);
-    EXPECT_THAT(events(), testing::IsSupersetOf({"call OvWallet_freeV1", "dlclose"}));
-    EXPECT_EQ(wallet, nullptr);
-    EXPECT_EQ(references(), 0U);
-}
+using RetainAlways = CallDisciplines;
 
-TEST_F(LoadFirst, ReportsTheLibrarysExceptionWhenTheLockCannotBeGivenUpEither) {
-    throwFromCalls();
-    library_.failLocks({3});
-    EXPECT_EQ(taken(makeWallet()), "11 the client library threw");
-    EXPECT_EQ(references(), 0U);
-}
-
-using ReferenceAlways = CallDisciplines;
-
-TEST_F(ReferenceAlways, CallsWithoutTheLockAndAddsAReferenceUnderIt) {
+TEST_F(RetainAlways, CallsWithoutTheLockAndAddsAUseUnderIt) {
     EXPECT_EQ(getValue(), nullptr);
     EXPECT_THAT(events(), ElementsAre("call OvWallet_getStringValue", "lock", kOpen, "unlock"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
-TEST_F(ReferenceAlways, AddsTheReferenceOfAnErrorObject) {
-    openWithReferences(1);
+TEST_F(RetainAlways, AddsTheUseOfAnErrorObject) {
+    openWithUses(1);
     library_.error = kLibraryError;
     EXPECT_EQ(getValue(), kLibraryError);
     EXPECT_THAT(events(), ElementsAre("call OvWallet_getStringValue", "lock", "unlock"));
-    EXPECT_EQ(references(), 2U);
+    EXPECT_EQ(uses(), 2U);
 }
 
-TEST_F(ReferenceAlways, HoldsForASuccessfulPasswordOnTheTerminalThoughNothingIsHandedOut) {
-    openWithReferences(1);
+TEST_F(RetainAlways, HoldsForASuccessfulPasswordOnTheTerminalThoughNothingIsHandedOut) {
+    openWithUses(1);
     EXPECT_EQ(OvWallet_supplyPasswordTty(kWallet, nullptr, nullptr), nullptr);
-    EXPECT_EQ(references(), 2U);
+    EXPECT_EQ(uses(), 2U);
 }
 
-TEST_F(ReferenceAlways, TurnsAnExceptionOfTheLibraryIntoAnErrorWithoutAReference) {
-    openWithReferences(1);
+TEST_F(RetainAlways, TurnsAnExceptionOfTheLibraryIntoAnErrorWithoutAUse) {
+    openWithUses(1);
     throwFromCalls();
     WalletError* const error = getValue();
     EXPECT_THAT(events(), ElementsAre("call OvWallet_getStringValue", "lock", "unlock"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
     EXPECT_EQ(taken(error), "11 the client library threw");
 }
 
-TEST_F(ReferenceAlways, TurnsALockFailureAfterTheCallIntoAnError) {
-    openWithReferences(1);
-    library_.failLocks({1});
-    WalletError* const error = getValue();
-    EXPECT_THAT(events(),
-                ElementsAre("call OvWallet_getStringValue", "lock fails", "lock", "unlock"));
-    EXPECT_EQ(taken(error), std::string("11 ") + kCannotLock);
-    EXPECT_EQ(references(), 1U);
-}
-
-// The double hands nothing out itself.
-TEST_F(ReferenceAlways, FreesWhatTheLibraryHandedOutWhenTheLockFails) {
-    openWithReferences(1);
+TEST_F(RetainAlways, TurnsALockFailureAfterTheCallIntoAnErrorAndLeavesTheRestWhereItIs) {
+    openWithUses(1);
     LockedUTF8Vector* value = nullptr;
-    library_.onCall = [&](const std::string& entry) {
-        if (entry == "OvWallet_getStringValue") {
-            value = kVector;
-        }
-    };
+    library_.onCall = [&](const std::string&) { value = kVector; };
     library_.failLocks({1});
     WalletError* const error = OvWallet_getStringValue(kWallet, "name", &value);
-    EXPECT_THAT(events(), ElementsAre("call OvWallet_getStringValue", "lock fails",
-                                      "call OvWallet_freeLockedUTF8Vector", "lock", "unlock"));
-    EXPECT_EQ(value, nullptr);
+    EXPECT_THAT(events(),
+                ElementsAre("call OvWallet_getStringValue", "lock fails", "lock", "unlock"));
+    EXPECT_EQ(value, kVector);
+    EXPECT_EQ(uses(), 1U);
+    library_.onCall = nullptr;
     EXPECT_EQ(taken(error), std::string("11 ") + kCannotLock);
-    EXPECT_EQ(references(), 1U);
 }
 
-TEST_F(ReferenceAlways, FreesTheErrorObjectOfTheLibraryWhenTheLockFails) {
-    openWithReferences(1);
-    library_.error = kLibraryError;
-    library_.failLocks({1});
-    WalletError* const error = getValue();
-    EXPECT_THAT(events(), ElementsAre("call OvWallet_getStringValue", "lock fails",
-                                      "call OvWallet_freeError", "lock", "unlock"));
-    EXPECT_EQ(taken(error), std::string("11 ") + kCannotLock);
-    EXPECT_EQ(references(), 1U);
-}
-
-TEST_F(ReferenceAlways, AddsNoReferenceWhenTheLockCannotBeGivenUp) {
-    openWithReferences(1);
-    library_.failLocks({3});  // two attempts take the lock
-    EXPECT_EQ(taken(getValue()), std::string("11 ") + kCannotLock);
-    EXPECT_EQ(references(), 1U);
-}
-
-TEST_F(ReferenceAlways, LetsAnythingButAStandardExceptionPass) {
-    openWithReferences(1);
+TEST_F(RetainAlways, LetsAnythingButAStandardExceptionPass) {
+    openWithUses(1);
     throwNumberFromCalls();
     EXPECT_THROW(getValue(), int);
     EXPECT_THAT(events(), ElementsAre("call OvWallet_getStringValue"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
-using ReferenceOnError = CallDisciplines;
+using RetainOnError = CallDisciplines;
 
-TEST_F(ReferenceOnError, ReturnsFromASuccessfulCallAtOnce) {
-    openWithReferences(1);
+TEST_F(RetainOnError, ReturnsFromASuccessfulCallAtOnce) {
+    openWithUses(1);
     EXPECT_EQ(deleteString(), nullptr);
     EXPECT_THAT(events(), ElementsAre("call OvWallet_deleteString"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
-TEST_F(ReferenceOnError, AddsTheReferenceOfAnErrorObjectUnderTheLock) {
+TEST_F(RetainOnError, AddsTheUseOfAnErrorObjectUnderTheLock) {
     library_.error = kLibraryError;
     EXPECT_EQ(deleteString(), kLibraryError);
     EXPECT_THAT(events(), ElementsAre("call OvWallet_deleteString", "lock", kOpen, "unlock"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
-TEST_F(ReferenceOnError, TurnsAnExceptionOfTheLibraryIntoAnErrorWithoutAReference) {
-    openWithReferences(1);
+TEST_F(RetainOnError, TurnsAnExceptionOfTheLibraryIntoAnErrorWithoutAUse) {
+    openWithUses(1);
     throwFromCalls();
     WalletError* const error = deleteString();
     EXPECT_THAT(events(), ElementsAre("call OvWallet_deleteString", "lock", "unlock"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
     EXPECT_EQ(taken(error), "11 the client library threw");
 }
 
-TEST_F(ReferenceOnError, TurnsALockFailureAfterTheCallIntoAnError) {
-    openWithReferences(1);
+TEST_F(RetainOnError, TurnsALockFailureAfterTheCallIntoAnError) {
+    openWithUses(1);
     library_.error = kLibraryError;
     library_.failLocks({1});
     EXPECT_EQ(taken(deleteString()), std::string("11 ") + kCannotLock);
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
-TEST_F(ReferenceOnError, LetsAnythingButAStandardExceptionPass) {
-    openWithReferences(1);
+TEST_F(RetainOnError, LetsAnythingButAStandardExceptionPass) {
+    openWithUses(1);
     throwNumberFromCalls();
     EXPECT_THROW(deleteString(), int);
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
 using Release = CallDisciplines;
 
-TEST_F(Release, FreesWithoutTheLockThenDropsAReferenceUnderIt) {
-    openWithReferences(2);
+TEST_F(Release, FreesWithoutTheLockThenDropsAUseUnderIt) {
+    openWithUses(2);
     OvWallet_freeV1(kWallet);
     EXPECT_THAT(events(), ElementsAre("call OvWallet_freeV1", "lock", "unlock"));
     OvWallet_freeLockedUTF8Vector(kVector);
     EXPECT_THAT(events(),
                 ElementsAre("call OvWallet_freeLockedUTF8Vector", "lock", "dlclose", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
-TEST_F(Release, ThrowsWhenTheLibraryCannotBeClosedAndTheReferenceIsGone) {
-    openWithReferences(1);
+TEST_F(Release, ThrowsWhenTheLibraryCannotBeClosedAndTheUseIsGone) {
+    openWithUses(1);
     library_.closeFailures = 1;
     EXPECT_EQ(thrownBy([] { OvWallet_freeV1(kWallet); }), kCannotUnload);
     EXPECT_THAT(events(),
                 ElementsAre("call OvWallet_freeV1", "lock", "dlclose", "dlerror", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
-TEST_F(Release, ThrowsALockFailureAndDropsTheReferenceAtTheSecondAttempt) {
-    openWithReferences(1);
+TEST_F(Release, ThrowsALockFailureAndKeepsTheUse) {
+    openWithUses(1);
     library_.failLocks({1});
     EXPECT_EQ(thrownBy([] { OvWallet_freeV1(kWallet); }), kCannotLock);
-    EXPECT_THAT(events(),
-                ElementsAre("call OvWallet_freeV1", "lock fails", "lock", "dlclose", "unlock"));
-    EXPECT_EQ(references(), 0U);
-}
-
-TEST_F(Release, KeepsTheReferenceWhenTheLockCannotBeHad) {
-    openWithReferences(1);
-    library_.failLocks({1, 2});
-    EXPECT_EQ(thrownBy([] { OvWallet_freeV1(kWallet); }), kCannotLock);
-    EXPECT_THAT(events(), ElementsAre("call OvWallet_freeV1", "lock fails", "lock fails"));
-    EXPECT_EQ(references(), 1U);
-}
-
-TEST_F(Release, ThrowsTheLockFailureWhenClosingFailsToo) {
-    openWithReferences(1);
-    library_.failLocks({1});
-    library_.closeFailures = 1;
-    EXPECT_EQ(thrownBy([] { OvWallet_freeV1(kWallet); }), kCannotLock);
-    EXPECT_EQ(references(), 0U);
+    EXPECT_THAT(events(), ElementsAre("call OvWallet_freeV1", "lock fails"));
+    EXPECT_EQ(uses(), 1U);
 }
 
 TEST_F(Release, LetsAnExceptionOfTheLibraryPass) {
-    openWithReferences(1);
+    openWithUses(1);
     throwFromCalls();
     EXPECT_EQ(thrownBy<std::runtime_error>([] { OvWallet_freeV1(kWallet); }),
               "the client library threw");
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
 using FreeError = CallDisciplines;
 
-TEST_F(FreeError, FreesAnErrorOfTheLibraryAndDropsItsReferenceUnderOneLock) {
-    openWithReferences(2);
+TEST_F(FreeError, FreesAnErrorOfTheLibraryAndDropsItsUseUnderOneLock) {
+    openWithUses(2);
     OvWallet_freeError(kLibraryError);
     EXPECT_THAT(library_.takeEvents(),
                 ElementsAre("lock", "call OvWallet_freeError(0x22)", "unlock"));
     OvWallet_freeError(kLibraryError);
     EXPECT_THAT(library_.takeEvents(),
                 ElementsAre("lock", "call OvWallet_freeError(0x22)", "dlclose", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
-TEST_F(FreeError, PassesNullToTheLibraryAndDropsAReference) {
-    openWithReferences(1);
+TEST_F(FreeError, PassesNullToTheLibraryAndDropsAUse) {
+    openWithUses(1);
     OvWallet_freeError(nullptr);
     EXPECT_THAT(library_.takeEvents(),
                 ElementsAre("lock", "call OvWallet_freeError(0x0)", "dlclose", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
 TEST_F(FreeError, DoesNothingForOutOfMemory) {
-    openWithReferences(1);
+    openWithUses(1);
     OvWallet_freeError(outOfMemoryError());
     OvWallet_freeError(outOfMemoryError());
     EXPECT_THAT(events(), ElementsAre("lock", "unlock", "lock", "unlock"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
 TEST_F(FreeError, FreesAnErrorOfOurOwnWithoutTheLibrary) {
-    openWithReferences(1);
+    openWithUses(1);
     throwFromCalls();
     WalletError* const error = deleteString();
     library_.onCall = nullptr;
     events();
     OvWallet_freeError(error);
     EXPECT_THAT(events(), ElementsAre("lock", "unlock"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
     EXPECT_EQ(PrivateStuff::localErrorContents(error), std::nullopt);
 }
 
 TEST_F(FreeError, FreesTwoErrorsOfOurOwnIndependently) {
-    openWithReferences(1);
+    openWithUses(1);
     throwFromCalls();
     WalletError* const first = deleteString();
     WalletError* const second = deleteString();
@@ -479,43 +397,34 @@ TEST_F(FreeError, FreesTwoErrorsOfOurOwnIndependently) {
 }
 
 TEST_F(FreeError, ThrowsWhenTheLibraryCannotBeClosed) {
-    openWithReferences(1);
+    openWithUses(1);
     library_.closeFailures = 1;
     EXPECT_EQ(thrownBy([] { OvWallet_freeError(kLibraryError); }), kCannotUnload);
     EXPECT_THAT(events(),
                 ElementsAre("lock", "call OvWallet_freeError", "dlclose", "dlerror", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_EQ(uses(), 0U);
 }
 
-TEST_F(FreeError, ThrowsALockFailureAndFreesAtTheSecondAttempt) {
-    openWithReferences(1);
+TEST_F(FreeError, ThrowsALockFailureAndFreesNothing) {
+    openWithUses(1);
     library_.failLocks({1});
     EXPECT_EQ(thrownBy([] { OvWallet_freeError(kLibraryError); }), kCannotLock);
-    EXPECT_THAT(events(),
-                ElementsAre("lock fails", "lock", "call OvWallet_freeError", "dlclose", "unlock"));
-    EXPECT_EQ(references(), 0U);
+    EXPECT_THAT(events(), ElementsAre("lock fails"));
+    EXPECT_EQ(uses(), 1U);
 }
 
-TEST_F(FreeError, FreesNothingWhenTheLockCannotBeHad) {
-    openWithReferences(1);
-    library_.failLocks({1, 2});
-    EXPECT_EQ(thrownBy([] { OvWallet_freeError(kLibraryError); }), kCannotLock);
-    EXPECT_THAT(events(), ElementsAre("lock fails", "lock fails"));
-    EXPECT_EQ(references(), 1U);
-}
-
-TEST_F(FreeError, ReleasesTheLockAndKeepsTheReferenceWhenTheLibraryThrows) {
-    openWithReferences(1);
+TEST_F(FreeError, ReleasesTheLockAndKeepsTheUseWhenTheLibraryThrows) {
+    openWithUses(1);
     throwFromCalls();
     EXPECT_THROW(OvWallet_freeError(kLibraryError), std::runtime_error);
     EXPECT_THAT(events(), ElementsAre("lock", "call OvWallet_freeError", "unlock"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
 using ErrorAccessor = CallDisciplines;
 
 TEST_F(ErrorAccessor, AsksTheLibraryAboutItsErrorsUnderTheLock) {
-    openWithReferences(1);
+    openWithUses(1);
     library_.text = "text of the library";
     library_.code = 42;
     EXPECT_EQ(OvWallet_getErrorCode(kLibraryError), 42);
@@ -526,7 +435,7 @@ TEST_F(ErrorAccessor, AsksTheLibraryAboutItsErrorsUnderTheLock) {
 }
 
 TEST_F(ErrorAccessor, AsksTheLibraryAboutNull) {
-    openWithReferences(1);
+    openWithUses(1);
     library_.code = 43;
     EXPECT_EQ(OvWallet_getErrorCode(nullptr), 43);
     EXPECT_EQ(OvWallet_getErrorDescription(nullptr), nullptr);
@@ -540,7 +449,7 @@ TEST_F(ErrorAccessor, KnowsOutOfMemoryWithoutTheLibrary) {
 }
 
 TEST_F(ErrorAccessor, KeepsTheTextOfAnErrorOfOurOwnUntilItIsFreed) {
-    openWithReferences(1);
+    openWithUses(1);
     throwFromCalls();
     WalletError* const error = deleteString();
     const char* const text = OvWallet_getErrorDescription(error);
@@ -551,7 +460,7 @@ TEST_F(ErrorAccessor, KeepsTheTextOfAnErrorOfOurOwnUntilItIsFreed) {
 }
 
 TEST_F(ErrorAccessor, ThrowsALockFailureWithoutACall) {
-    openWithReferences(1);
+    openWithUses(1);
     library_.failLocks({1});
     EXPECT_EQ(thrownBy([] { OvWallet_getErrorCode(kLibraryError); }), kCannotLock);
     library_.failLocks({1});
@@ -560,7 +469,7 @@ TEST_F(ErrorAccessor, ThrowsALockFailureWithoutACall) {
 }
 
 TEST_F(ErrorAccessor, ReleasesTheLockWhenTheLibraryThrows) {
-    openWithReferences(1);
+    openWithUses(1);
     throwFromCalls();
     EXPECT_THROW(OvWallet_getErrorCode(kLibraryError), std::runtime_error);
     EXPECT_THAT(events(), ElementsAre("lock", "call OvWallet_getErrorCode", "unlock"));
@@ -569,14 +478,14 @@ TEST_F(ErrorAccessor, ReleasesTheLockWhenTheLibraryThrows) {
 using PlainUnderLock = CallDisciplines;
 
 TEST_F(PlainUnderLock, AsksTheLibraryEvenAboutErrorsOfOurOwn) {
-    openWithReferences(1);
+    openWithUses(1);
     library_.text = "name";
     EXPECT_STREQ(OvWallet_getStringName(outOfMemoryError()), "name");
     EXPECT_THAT(events(), ElementsAre("lock", "call OvWallet_getStringName", "unlock"));
 }
 
 TEST_F(PlainUnderLock, ThrowsALockFailureWithoutACall) {
-    openWithReferences(1);
+    openWithUses(1);
     library_.failLocks({1});
     EXPECT_EQ(thrownBy([] { OvWallet_getStringName(kLibraryError); }), kCannotLock);
     EXPECT_THAT(events(), ElementsAre("lock fails"));
@@ -584,16 +493,16 @@ TEST_F(PlainUnderLock, ThrowsALockFailureWithoutACall) {
 
 using Direct = CallDisciplines;
 
-TEST_F(Direct, CallsWithoutLockAndReference) {
-    openWithReferences(1);
+TEST_F(Direct, CallsWithoutLockAndUse) {
+    openWithUses(1);
     library_.size = 0xfffffffe;
     EXPECT_EQ(OvWallet_getSizeLockedUTF8Vector(kVector), 0xfffffffe);
     EXPECT_THAT(library_.takeEvents(), ElementsAre("call OvWallet_getSizeLockedUTF8Vector(0x33)"));
-    EXPECT_EQ(references(), 1U);
+    EXPECT_EQ(uses(), 1U);
 }
 
 TEST_F(Direct, LetsAnExceptionOfTheLibraryPass) {
-    openWithReferences(1);
+    openWithUses(1);
     throwFromCalls();
     EXPECT_THROW(OvWallet_getPtrLockedUTF8Vector(kVector), std::runtime_error);
     EXPECT_THAT(events(), ElementsAre("call OvWallet_getPtrLockedUTF8Vector"));

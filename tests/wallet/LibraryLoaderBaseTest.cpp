@@ -16,6 +16,7 @@
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
+#include "doubles/thrown.h"
 #include "session/ModuleLocator.h"
 #include "support/OvWalletException.h"
 
@@ -39,16 +40,6 @@ class SmallTable : public LibraryLoaderBase_t<SmallTable> {
     void (*second)(WalletError*) = nullptr;
 };
 
-template <typename Exception, typename Action>
-std::string thrownBy(const Action& action) {
-    try {
-        action();
-        return "nothing";
-    } catch (const Exception& exception) {
-        return exception.what();
-    }
-}
-
 class LibraryLoader : public testing::Test {
   protected:
     ClientLibraryDouble library_;
@@ -57,16 +48,16 @@ class LibraryLoader : public testing::Test {
 
 TEST_F(LibraryLoader, StartsClosedWithoutAPathname) {
     EXPECT_EQ(table_.path(), "");
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
     EXPECT_EQ(table_.first, nullptr);
 }
 
-TEST_F(LibraryLoader, OpensTheLibraryAndResolvesTheTableOnTheFirstReference) {
+TEST_F(LibraryLoader, OpensTheLibraryAndResolvesTheTableOnTheFirstUse) {
     table_.load();
     EXPECT_THAT(library_.takeEvents(), ElementsAre(kOpen));
     EXPECT_THAT(library_.resolved(), ElementsAre("OvWallet_freeV1", "OvWallet_freeError"));
     EXPECT_EQ(table_.path(), ClientLibraryDouble::kPath);
-    EXPECT_TRUE(table_.referenceCount().isOne());
+    EXPECT_TRUE(table_.useCount().isOne());
     table_.first(nullptr);
     table_.second(nullptr);
     EXPECT_THAT(library_.takeEvents(),
@@ -83,15 +74,15 @@ TEST_F(LibraryLoader, BindsLazily) {
     EXPECT_EQ(openMode, RTLD_LAZY);
 }
 
-TEST_F(LibraryLoader, OpensOnceAndClosesOnceForTwoReferences) {
+TEST_F(LibraryLoader, OpensOnceAndClosesOnceForTwoUses) {
     table_.load();
     table_.load();
     table_.release();
-    EXPECT_TRUE(table_.referenceCount().isOne());
+    EXPECT_TRUE(table_.useCount().isOne());
     EXPECT_THAT(library_.takeEvents(), ElementsAre(kOpen));
     table_.release();
     EXPECT_THAT(library_.takeEvents(), ElementsAre("dlclose"));
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
 }
 
 TEST_F(LibraryLoader, ResolvesEverythingAfreshAfterTheLastRelease) {
@@ -147,7 +138,7 @@ TEST_F(LibraryLoader, AsksForTheLoadersReasonBeforeItLooksForTheFile) {
     EXPECT_THAT(
         library_.takeEvents(),
         ElementsAre(kOpen, "dlerror", "access /14.10/ovwallet/redhatlinux-x8664/libovwallet.so 0"));
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
 }
 
 TEST_F(LibraryLoader, ReportsALibraryThatIsThereButCannotBeOpened) {
@@ -164,7 +155,7 @@ TEST_F(LibraryLoader, ReportsALibraryThatIsThereButCannotBeOpened) {
                      "Cannot load the \"/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\" library "
                      "because: it is 100%s wrong");
     }
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
     EXPECT_TRUE(library_.resolved().empty());
 }
 
@@ -180,7 +171,7 @@ TEST_F(LibraryLoader, WorksAfterAFailedLoad) {
     library_.openFailures = 1;
     EXPECT_THROW(table_.load(), NotInstalledException);
     table_.load();
-    EXPECT_TRUE(table_.referenceCount().isOne());
+    EXPECT_TRUE(table_.useCount().isOne());
     EXPECT_NE(table_.first, nullptr);
 }
 
@@ -191,7 +182,7 @@ TEST_F(LibraryLoader, ClosesTheHandleWhenAnEntryPointIsMissing) {
               "\"/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\" library because: why");
     EXPECT_THAT(library_.takeEvents(), ElementsAre(kOpen, "dlerror", "dlclose"));
     EXPECT_THAT(library_.resolved(), ElementsAre("OvWallet_freeV1"));
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
 }
 
 TEST_F(LibraryLoader, ReportsAFailingCloseInPlaceOfTheMissingEntryPoint) {
@@ -201,16 +192,16 @@ TEST_F(LibraryLoader, ReportsAFailingCloseInPlaceOfTheMissingEntryPoint) {
               "Cannot unload the \"/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\" library "
               "because: why");
     EXPECT_THAT(library_.takeEvents(), ElementsAre(kOpen, "dlerror", "dlclose", "dlerror"));
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
 }
 
-TEST_F(LibraryLoader, ReportsAFailingCloseAndDropsTheReferenceAllTheSame) {
+TEST_F(LibraryLoader, ReportsAFailingCloseAndDropsTheUseAllTheSame) {
     table_.load();
     library_.closeFailures = 1;
     library_.reason = nullptr;
     EXPECT_EQ(thrownBy<OvWalletException>([&] { table_.release(); }),
               "Cannot unload the \"/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\" library");
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
 }
 
 TEST_F(LibraryLoader, ClosesTheHandleWhenTheReasonIsNotUtf8) {
@@ -218,7 +209,7 @@ TEST_F(LibraryLoader, ClosesTheHandleWhenTheReasonIsNotUtf8) {
     library_.reason = "\xff";
     EXPECT_THROW(table_.load(), utf8::invalid_utf8);
     EXPECT_THAT(library_.takeEvents(), ElementsAre(kOpen, "dlerror", "dlclose"));
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
 }
 
 TEST_F(LibraryLoader, ClosesNothingWhenItIsDestroyed) {
@@ -237,7 +228,7 @@ TEST_F(LibraryLoader, PassesOnWhyTheClientDirectoryIsNotFound) {
     EXPECT_EQ(thrownBy<OvWalletException>([&] { table_.load(); }),
               "The ovwalletdir symbolic link is not present in \"" + directory + "\".");
     EXPECT_THAT(library_.takeEvents(), ElementsAre());
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
 }
 
 TEST_F(LibraryLoader, OpensTheLibraryBelowTheClientDirectoryByItsCanonicalPathname) {
@@ -264,7 +255,7 @@ TEST_F(LibraryLoader, NamesTheComposedPathnameWhenTheLibraryIsMissing) {
     EXPECT_EQ(thrownBy<NotInstalledException>([&] { table_.load(); }),
               "Orvanta Wallet 14.10 is not installed (cannot access \"" + base.pathname() +
                   "/orvanta/client/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\")");
-    EXPECT_TRUE(table_.referenceCount().isZero());
+    EXPECT_TRUE(table_.useCount().isZero());
 }
 
 TEST_F(LibraryLoader, StaysClosedAndLeaksNothingWheneverAnAllocationFails) {
@@ -294,11 +285,11 @@ TEST_F(LibraryLoader, StaysClosedAndLeaksNothingWheneverAnAllocationFails) {
             EXPECT_GT(k, 1U);
             break;
         }
-        EXPECT_TRUE(table_.referenceCount().isZero()) << k;
+        EXPECT_TRUE(table_.useCount().isZero()) << k;
         EXPECT_EQ(open, 0) << k;
         EXPECT_LE(FailingHeap::liveAllocations(), before) << k;
     }
-    EXPECT_TRUE(table_.referenceCount().isOne());
+    EXPECT_TRUE(table_.useCount().isOne());
     EXPECT_EQ(open, 1);
 }
 

@@ -11,7 +11,7 @@
 
 #include "doubles/ProcessLockMutexes.h"
 #include "doubles/SystemCalls.h"
-#include "support/OvWalletException.h"
+#include "doubles/thrown.h"
 #include "wallet/ProcessLock.h"
 
 namespace Orvanta_OvWallet {
@@ -98,15 +98,6 @@ class ProcessLockFixture : public ::testing::Test {
             EXPECT_EQ(callsOf(ProcessLock::unlock), kLeave);
         });
         other.join();
-    }
-
-    static std::string failureOf(const std::function<void()>& action) {
-        try {
-            action();
-            return "no failure";
-        } catch (const OvWalletException& failure) {
-            return failure.what();
-        }
     }
 
     std::function<void(const std::string& call)> beforeLock_;

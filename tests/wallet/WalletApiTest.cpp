@@ -38,34 +38,34 @@ constexpr Row kWrapped[] = {
     {"OvWallet_getPtrLockedUTF8Vector", "direct", 1},
     {"OvWallet_getSizeLockedUTF8Vector", "direct", 1},
     {"OvWallet_freeLockedUTF8Vector", "release", 1},
-    {"OvWallet_getStringValue", "reference always", 3},
-    {"OvWallet_addString", "reference on error", 3},
-    {"OvWallet_addStringFromTerminal", "reference on error", 3},
-    {"OvWallet_addSavedKeyString", "reference on error", 3},
-    {"OvWallet_addSavedKeyStringFromTerminal", "reference on error", 3},
-    {"OvWallet_deleteString", "reference on error", 2},
-    {"OvWallet_getStringNames", "reference always", 2},
+    {"OvWallet_getStringValue", "retain always", 3},
+    {"OvWallet_addString", "retain on error", 3},
+    {"OvWallet_addStringFromTerminal", "retain on error", 3},
+    {"OvWallet_addSavedKeyString", "retain on error", 3},
+    {"OvWallet_addSavedKeyStringFromTerminal", "retain on error", 3},
+    {"OvWallet_deleteString", "retain on error", 2},
+    {"OvWallet_getStringNames", "retain always", 2},
     {"OvWallet_freeStringNames", "release", 1},
-    {"OvWallet_checkPasswordEstablished", "reference on error", 2},
-    {"OvWallet_checkPasswordSupplied", "reference on error", 2},
-    {"OvWallet_changePassword", "reference on error", 2},
-    {"OvWallet_changePasswordFromTerminal", "reference on error", 3},
-    {"OvWallet_supplyPassword", "reference on error", 2},
-    {"OvWallet_supplyPasswordFromTerminal", "reference on error", 2},
-    {"OvWallet_forgetPassword", "reference on error", 1},
-    {"OvWallet_checkSavedKeyEstablished", "reference on error", 2},
-    {"OvWallet_changeSavedKey", "reference on error", 2},
-    {"OvWallet_changeSavedKeyFromTerminal", "reference on error", 2},
-    {"OvWallet_resetPassword", "reference on error", 2},
-    {"OvWallet_resetPasswordFromTerminal", "reference on error", 3},
-    {"OvWallet_shutdown", "reference on error", 1},
+    {"OvWallet_checkPasswordEstablished", "retain on error", 2},
+    {"OvWallet_checkPasswordSupplied", "retain on error", 2},
+    {"OvWallet_changePassword", "retain on error", 2},
+    {"OvWallet_changePasswordFromTerminal", "retain on error", 3},
+    {"OvWallet_supplyPassword", "retain on error", 2},
+    {"OvWallet_supplyPasswordFromTerminal", "retain on error", 2},
+    {"OvWallet_forgetPassword", "retain on error", 1},
+    {"OvWallet_checkSavedKeyEstablished", "retain on error", 2},
+    {"OvWallet_changeSavedKey", "retain on error", 2},
+    {"OvWallet_changeSavedKeyFromTerminal", "retain on error", 2},
+    {"OvWallet_resetPassword", "retain on error", 2},
+    {"OvWallet_resetPasswordFromTerminal", "retain on error", 3},
+    {"OvWallet_shutdown", "retain on error", 1},
     {"OvWallet_getPtrUTF8Vector", "direct", 1},
     {"OvWallet_getSizeUTF8Vector", "direct", 1},
     {"OvWallet_freeUTF8Vector", "release", 1},
-    {"OvWallet_getVersion", "reference always", 2},
-    {"OvWallet_checkSystemPrompting", "reference on error", 2},
-    {"OvWallet_supplyPasswordTty", "reference always", 3},
-    {"OvWallet_changePasswordTty", "reference on error", 4},
+    {"OvWallet_getVersion", "retain always", 2},
+    {"OvWallet_checkSystemPrompting", "retain on error", 2},
+    {"OvWallet_supplyPasswordTty", "retain always", 3},
+    {"OvWallet_changePasswordTty", "retain on error", 4},
 };
 
 // A different value in every place, all bits of it of use.
@@ -181,7 +181,7 @@ TEST_F(WalletApi, EachWrapperReachesTheEntryPointOfItsOwnNameWithArgumentsAndRes
             }
         }
         EXPECT_THAT(calls, ElementsAre(call.event));
-        while (!walletFunctions().referenceCount().isZero()) {
+        while (!walletFunctions().useCount().isZero()) {
             walletFunctions().release();
         }
     }
@@ -189,17 +189,17 @@ TEST_F(WalletApi, EachWrapperReachesTheEntryPointOfItsOwnNameWithArgumentsAndRes
 
 constexpr const char* kOpen = "dlopen /14.10/ovwallet/redhatlinux-x8664/libovwallet.so";
 
-// What a call through the discipline does with the library closed, or open with one reference for
+// What a call through the discipline does with the library closed, or open with one use for
 // those that give one back.
 std::vector<std::string> expectedEvents(const std::string& discipline, const std::string& call,
                                         bool succeeds) {
     if (discipline == "load first") {
         return {"lock", kOpen, call, "unlock"};
     }
-    if (discipline == "reference always" || (discipline == "reference on error" && !succeeds)) {
+    if (discipline == "retain always" || (discipline == "retain on error" && !succeeds)) {
         return {call, "lock", kOpen, "unlock"};
     }
-    if (discipline == "reference on error" || discipline == "direct") {
+    if (discipline == "retain on error" || discipline == "direct") {
         return {call};
     }
     if (discipline == "release") {
@@ -225,7 +225,7 @@ TEST_F(WalletApi, EachWrapperFollowsItsDiscipline) {
             calls[i].invoke();
             EXPECT_EQ(library_.takeEvents(), expectedEvents(discipline, calls[i].event, succeeds))
                 << calls[i].name << (succeeds ? " succeeding" : " failing");
-            while (!walletFunctions().referenceCount().isZero()) {
+            while (!walletFunctions().useCount().isZero()) {
                 walletFunctions().release();
             }
             library_.takeEvents();

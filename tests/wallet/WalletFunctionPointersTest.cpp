@@ -132,7 +132,7 @@ TEST(WalletFunctionPointers, AreAllRequired) {
                     testing::ElementsAre(std::string("dlopen ") + ClientLibraryDouble::kPath,
                                          "dlerror", "dlclose"));
         EXPECT_EQ(library.resolved().back(), row.name) << "nothing is looked up after it";
-        EXPECT_TRUE(walletFunctions().referenceCount().isZero());
+        EXPECT_TRUE(walletFunctions().useCount().isZero());
     }
 }
 

@@ -8,6 +8,7 @@
 #include <utf8.h>
 
 #include "doubles/ClientLibraryDouble.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 #include "wallet/WalletFunctionPointers.h"
 
@@ -57,13 +58,13 @@ TEST_F(WalletOwnerTest, UsesTheFreeFunctionOfTheKind) {
                             "call OvWallet_freeError(0x22)", "unlock"));
 }
 
-TEST_F(WalletOwnerTest, FreesANullObjectBecauseItCarriesAReference) {
+TEST_F(WalletOwnerTest, FreesANullObjectBecauseItCarriesAUse) {
     {
         const OwnedLockedUTF8Vector owner(nullptr);
     }
     EXPECT_THAT(library_.takeEvents(), ElementsAre("call OvWallet_freeLockedUTF8Vector(0x0)",
                                                    "lock", "dlclose", "unlock"));
-    EXPECT_TRUE(walletFunctions().referenceCount().isZero());
+    EXPECT_TRUE(walletFunctions().useCount().isZero());
 }
 
 TEST_F(WalletOwnerTest, FreesOnceWhenItIsToldTo) {
@@ -81,12 +82,7 @@ TEST_F(WalletOwnerTest, ReportsAFailingReleaseWhenItIsToldToFreeAndDoesNotTryAga
     library_.closeFailures = 1;
     {
         OwnedWallet owner(kWallet);
-        try {
-            owner.free();
-            FAIL() << "nothing was thrown";
-        } catch (const OvWalletException& exception) {
-            EXPECT_STREQ(exception.what(), kCannotUnload);
-        }
+        EXPECT_EQ(thrownBy([&] { owner.free(); }), kCannotUnload);
         library_.takeEvents();
     }
     EXPECT_THAT(library_.takeEvents(), ElementsAre());
@@ -101,12 +97,11 @@ TEST_F(WalletOwnerTest, KeepsAFailingReleaseToItselfWhenItGoes) {
 
 TEST_F(WalletOwnerTest, LetsTheFirstFailureLeaveWhenTheReleaseFailsToo) {
     library_.closeFailures = 1;
-    try {
-        const OwnedWallet owner(kWallet);
-        throw std::runtime_error("the first failure");
-    } catch (const std::runtime_error& exception) {
-        EXPECT_STREQ(exception.what(), "the first failure");
-    }
+    EXPECT_EQ(thrownBy([] {
+                  const OwnedWallet owner(kWallet);
+                  throw std::runtime_error("the first failure");
+              }),
+              "the first failure");
     EXPECT_THAT(library_.takeEvents(),
                 ElementsAre("call OvWallet_freeV1(0x11)", "lock", "dlclose", "dlerror", "unlock"));
 }
@@ -117,11 +112,7 @@ TEST_F(WalletOwnerTest, KeepsToItselfWhateverTheFreeFunctionThrows) {
 }
 
 std::string thrownFor(WalletError* error) {
-    try {
-        throwWalletError("It failed because: %s", error);
-    } catch (const OvWalletException& exception) {
-        return exception.what();
-    }
+    return thrownBy<OvWalletException>([&] { throwWalletError("It failed because: %s", error); });
 }
 
 TEST_F(WalletOwnerTest, ThrowsTheDescriptionAndFreesTheErrorAfterwards) {
@@ -140,14 +131,14 @@ TEST_F(WalletOwnerTest, ThrowsAReplacementForAMissingDescription) {
 TEST_F(WalletOwnerTest, FreesTheErrorWhenItsDescriptionIsNotUtf8) {
     library_.text = "\xff";
     EXPECT_THROW(throwWalletError("It failed because: %s", kError), utf8::invalid_utf8);
-    EXPECT_TRUE(walletFunctions().referenceCount().isZero());
+    EXPECT_TRUE(walletFunctions().useCount().isZero());
 }
 
 TEST_F(WalletOwnerTest, ReportsTheErrorEvenWhenFreeingItFails) {
     library_.text = "text";
     library_.closeFailures = 1;
     EXPECT_EQ(thrownFor(kError), "It failed because: text");
-    EXPECT_TRUE(walletFunctions().referenceCount().isZero());
+    EXPECT_TRUE(walletFunctions().useCount().isZero());
 }
 
 TEST_F(WalletOwnerTest, FreesTheErrorWhenItsDescriptionCannotBeRead) {
@@ -168,13 +159,25 @@ TEST_F(WalletOwnerTest, OpensAWalletThroughTheFactory) {
 TEST_F(WalletOwnerTest, SaysWhyNoWalletCanBeOpenedAndFreesTheError) {
     library_.error = kError;
     library_.text = "text";
-    try {
-        openWallet();
-        FAIL() << "nothing was thrown";
-    } catch (const OvWalletException& exception) {
-        EXPECT_STREQ(exception.what(), "Attempt to use Orvanta Wallet failed because: text");
-    }
+    EXPECT_EQ(thrownBy(openWallet), "Attempt to use Orvanta Wallet failed because: text");
     EXPECT_THAT(library_.takeEvents(), testing::Contains("call OvWallet_freeError(0x22)"));
+}
+
+TEST(CopyingExceptions, ReturnsWhatTheCallReturns) {
+    EXPECT_EQ(copyingExceptions([] { return 7; }), 7);
+}
+
+TEST(CopyingExceptions, ThrowsOurOwnExceptionWithTheSameMessage) {
+    for (const std::string& message : {std::string(1000, 'm'), std::string()}) {
+        EXPECT_EQ(thrownBy<OvWalletException>([&] {
+                      copyingExceptions([&]() -> int { throw std::runtime_error(message); });
+                  }),
+                  message);
+    }
+}
+
+TEST(CopyingExceptions, LetsAnythingElsePass) {
+    EXPECT_THROW(copyingExceptions([]() -> int { throw 1; }), int);
 }
 
 }  // namespace

@@ -58,12 +58,13 @@ class LibraryReload : public ::testing::Test {
     // Nothing is alive, nothing was misused, and the library is closed.
     void expectAllGivenBack() {
         const auto counters = ledger();
-        for (const char* const name : {"live.wallets", "live.locked_vectors", "live.errors",
-                                       "bad_frees", "bad_uses", "leaks"}) {
+        for (const char* const name :
+             {"live.wallets", "live.locked_vectors", "live.vectors", "live.name_lists",
+              "live.errors", "bad_frees", "bad_uses", "leaks"}) {
             EXPECT_EQ(counters.at(name), 0) << name;
         }
         EXPECT_EQ(counters.at("loads"), counters.at("unloads"));
-        EXPECT_TRUE(PrivateStuff::walletFunctions().referenceCount().isZero());
+        EXPECT_TRUE(PrivateStuff::walletFunctions().useCount().isZero());
     }
 
     TemporaryDirectory home_;

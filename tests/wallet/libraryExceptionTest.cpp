@@ -5,8 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include "reload/LibraryReload.h"
+#include "doubles/thrown.h"
 #include "substitution/referenceExpansion.h"
+#include "wallet/LibraryReload.h"
 #include "wallet/WalletOwner.h"
 
 using namespace Orvanta_OvWallet;
@@ -18,22 +19,15 @@ class LibraryException : public LibraryReload {
     // Expands one reference with a wallet of its own; the message is read when the wallet, and the
     // library with it, is gone.
     static std::string messageOfExpansion() {
-        try {
-            Wallet* made = nullptr;
-            if (WalletError* const error = OvWalletFactory_generateOvWalletV1(&made)) {
-                throwWalletError("not opened: %s", error);
-            }
-            OwnedWallet wallet(made);
+        return thrownBy([] {
+            OwnedWallet wallet(openWallet());
             const std::string reference = "$ovwallet(name)";
             const auto* const first = reinterpret_cast<const std::uint8_t*>(reference.data());
             SecureByteVector text(0);
             text.insert(text.end(), first, first + reference.size());
             expandReferences(text, wallet.get(), {});
             wallet.free();
-            return "no exception";
-        } catch (const std::exception& exception) {
-            return exception.what();
-        }
+        });
     }
 
     void throwFrom(const std::string& entryPoint) { runCommand("throw " + entryPoint + " std"); }
@@ -41,7 +35,8 @@ class LibraryException : public LibraryReload {
 
 TEST_F(LibraryException, OfOpeningIsReadWhenTheLibraryIsClosed) {
     throwFrom("OvWalletFactory_generateOvWalletV1");
-    EXPECT_EQ(messageOfExpansion(), "not opened: the client library threw");
+    EXPECT_EQ(messageOfExpansion(),
+              "Attempt to use Orvanta Wallet failed because: the client library threw");
     expectAllGivenBack();
 }
 
@@ -78,7 +73,7 @@ class ExceptionOfFreeing : public LibraryException {
     void expectReadableFrom(const std::string& entryPoint) {
         throwFrom(entryPoint);
         EXPECT_EQ(messageOfExpansion(), "the client library threw");
-        EXPECT_FALSE(PrivateStuff::walletFunctions().referenceCount().isZero());
+        EXPECT_FALSE(PrivateStuff::walletFunctions().useCount().isZero());
     }
 };
 

@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "doubles/SystemCalls.h"
-#include "reload/LibraryReload.h"
+#include "wallet/LibraryReload.h"
 #include "wallet/WalletApi.h"
 
 using namespace Orvanta_OvWallet;
@@ -46,15 +46,6 @@ void onThreads(int count, const auto& body) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-}
-
-TEST_F(LibraryReload, ClosesAndOpensTheLibraryOncePerCallWhenCallsDoNotOverlap) {
-    constexpr int kRounds = 20;
-    for (int round = 0; round < kRounds; ++round) {
-        EXPECT_EQ(fetchOnce(), "value");
-    }
-    EXPECT_EQ(ledger().at("loads"), kRounds);
-    expectAllGivenBack();
 }
 
 TEST_F(LibraryReload, SurvivesEveryRaceOfOpeningAndClosing) {
