@@ -23,6 +23,8 @@ struct LockedUTF8Vector {
 namespace {
 
 int live = 0;
+std::size_t mostFetches = 0;
+std::vector<std::string> asked;
 
 template <typename Object>
 Object* handOut(Object object) {
@@ -42,9 +44,9 @@ WalletError* makeWallet(Wallet** wallet) {
 }
 
 WalletError* getValue(Wallet*, const char* name, LockedUTF8Vector** value) {
-    WalletDouble::fetched().push_back(name);
+    asked.emplace_back(name);
     const auto found = WalletDouble::strings().find(name);
-    if (found == WalletDouble::strings().end()) {
+    if (found == WalletDouble::strings().end() || asked.size() > mostFetches) {
         return handOut(WalletError{std::string("no ") + name});
     }
     *value = handOut(LockedUTF8Vector{found->second});
@@ -105,7 +107,11 @@ std::map<std::string, std::string>& WalletDouble::strings() {
     return instance;
 }
 
-std::vector<std::string>& WalletDouble::fetched() {
-    static std::vector<std::string> instance;
-    return instance;
+void WalletDouble::setMostFetches(std::size_t most) {
+    mostFetches = most;
+    asked.clear();
+}
+
+const std::vector<std::string>& WalletDouble::fetched() {
+    return asked;
 }

@@ -21,6 +21,9 @@ class WalletDouble {
     // The strings of the one wallet there is; a name that is missing gives the error "no NAME".
     static std::map<std::string, std::string>& strings();
 
+    // Forgets what was asked for. From so many fetches on every name is missing.
+    static void setMostFetches(std::size_t most);
+
     // The names that were asked for, in order.
-    static std::vector<std::string>& fetched();
+    static const std::vector<std::string>& fetched();
 };

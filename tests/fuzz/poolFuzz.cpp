@@ -5,13 +5,14 @@
 
 #include <algorithm>
 #include <cstring>
+#include <map>
 #include <memory>
 #include <new>
 #include <vector>
 
 #include "fuzz/FuzzInput.h"
-#include "fuzz/PoolModel.h"
 #include "fuzz/Reached.h"
+#include "securemem/PoolTables.h"
 #include "securemem/SecureByteVector.h"
 
 using namespace Orvanta_OvWallet;
@@ -29,6 +30,65 @@ Reached grown("a vector that outgrew its storage");
 Reached wholePages("a run on a heap of whole pages");
 
 bool heapOfWholePages = false;
+
+struct PoolBlockInUse {
+    std::uint64_t address;
+    std::uint64_t size;
+};
+
+constexpr std::uint64_t kPage = 4096;
+
+std::uint64_t roundUp(std::uint64_t value, std::uint64_t step) {
+    return (value + step - 1) / step * step;
+}
+
+struct Piece {
+    std::uint64_t size;
+    bool free;
+};
+
+std::map<std::uint64_t, Piece> freePieces(const PoolTables& tables) {
+    std::map<std::uint64_t, Piece> pieces;
+    for (const auto& [size, address] : tables.freeSizes()) {
+        REQUIRE(size != 0 && size % PoolTables::kGranularity == 0);
+        REQUIRE(tables.freeAddresses().contains(address));
+        REQUIRE(pieces.emplace(address, Piece{size, true}).second);
+    }
+    REQUIRE(pieces.size() == tables.freeAddresses().size());
+    return pieces;
+}
+
+// Both free tables list the same blocks; each lies in one region's locked range; no two of a region
+// touch; together with the blocks in use of more than zero bytes they fill every locked range
+// exactly; no region is wholly free, but for one that was made for a zero-byte block.
+void checkPoolInvariants(const PoolTables& tables, const std::vector<PoolBlockInUse>& inUse) {
+    std::map<std::uint64_t, Piece> pieces = freePieces(tables);
+    bool zeroByteBlocks = false;
+    for (const PoolBlockInUse& block : inUse) {
+        const std::uint64_t size = roundUp(block.size, PoolTables::kGranularity);
+        zeroByteBlocks = zeroByteBlocks || size == 0;
+        REQUIRE(size == 0 || pieces.emplace(block.address, Piece{size, false}).second);
+    }
+    auto piece = pieces.begin();
+    for (const auto& [rawStart, region] : tables.regions()) {
+        const std::uint64_t begin = roundUp(rawStart, kPage);
+        const std::uint64_t end = begin + region.lockedLength;
+        REQUIRE(region.lockedLength % kPage == 0);
+        bool previousFree = false;
+        bool used = false;
+        std::uint64_t position = begin;
+        for (; position != end; ++piece) {
+            REQUIRE(piece != pieces.end() && piece->first == position);
+            REQUIRE(!(piece->second.free && previousFree));
+            previousFree = piece->second.free;
+            used = used || !previousFree;
+            position += piece->second.size;
+            REQUIRE(position <= end);
+        }
+        REQUIRE(used || zeroByteBlocks);
+    }
+    REQUIRE(piece == pieces.end());
+}
 
 bool isFree(const PoolTables& tables, std::uint64_t address) {
     return tables.freeAddresses().contains(address);
@@ -145,7 +205,6 @@ void runVector(FuzzInput& input) {
 // Large requests come from whole pages on demand: the start of a region is then its aligned start,
 // and a locked range may end where the next region begins.
 void* operator new(std::size_t size) {
-    constexpr std::size_t kPage = 4096;
     void* memory = nullptr;
     if (heapOfWholePages && size > kPage) {
         memory = ::aligned_alloc(kPage, (size + kPage - 1) / kPage * kPage);
