@@ -139,6 +139,14 @@ TEST_F(ReferenceExpansion, AValueClosesANameWithWhatFollows) {
     EXPECT_EQ(expanded("$ovwalletb)"), "B");
 }
 
+TEST_F(ReferenceExpansion, AnEmptyValueAtTheBeginningIsFollowedByTheRest) {
+    sandbox_.add("empty", "");
+    sandbox_.add("a", "A");
+    EXPECT_EQ(expanded("$ovwallet(empty)$ovwallet(a)"), "A");
+    EXPECT_EQ(expanded("$ovwallet(empty)$ov$ovwallet(empty)wallet(a)"), "A");
+    EXPECT_EQ(sandbox_.takeAsked(), (Names{"empty", "a", "empty", "empty", "a"}));
+}
+
 // ---- Values of any bytes and sizes.
 
 TEST_F(ReferenceExpansion, AnEmptyValueMayComeWithANullPointer) {
