@@ -7,8 +7,10 @@ set(texts VERSION SOURCE_DATE_EPOCH walletcaller.spdx.json walletcaller.spec pom
 list(TRANSFORM texts PREPEND ${package_texts}/)
 file(GLOB templates CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/package/*.in)
 
-# Version of utfcpp, whose headers are compiled in.
+# Versions of what is compiled in.
 find_package(utf8cpp CONFIG QUIET)
+find_package(CLI11 CONFIG QUIET)
+find_package(nlohmann_json CONFIG QUIET)
 
 # The time that everything in a package bears is that of the sources, whenever they are built.
 set(source_time "$ENV{SOURCE_DATE_EPOCH}")
@@ -20,28 +22,31 @@ elseif(NOT source_time)
     file(TIMESTAMP ${PROJECT_SOURCE_DIR}/CMakeLists.txt source_time "%s" UTC)
 endif()
 
-# The command that comes beside the library, with its page.
-set(command_page ${PROJECT_SOURCE_DIR}/tool/walletcaller.1)
-set(with_command OFF)
-if(TARGET walletcaller AND EXISTS ${command_page})
-    set(with_command ON)
+# The manual page of the command, for the list of the RPM's files.
+set(page ${PROJECT_SOURCE_DIR}/tool/walletcaller.1)
+set(page_in_rpm "")
+if(EXISTS ${page})
+    set(page_in_rpm "%doc /usr/share/man/man1/walletcaller.1")
 endif()
 
 add_custom_command(OUTPUT ${texts}
     COMMAND ${CMAKE_COMMAND}
-        -D FILE=$<TARGET_FILE:WalletCaller>
+        -D LIBRARY=$<TARGET_FILE:WalletCaller>
+        -D COMMAND=$<TARGET_FILE:walletcaller>
         -D TEMPLATES=${PROJECT_SOURCE_DIR}/cmake/package
         -D VERSION=${PROJECT_VERSION}
         -D SUMMARY=${PROJECT_DESCRIPTION}
         -D URL=${PROJECT_HOMEPAGE_URL}
         -D SOURCE_TIME=${source_time}
-        -D WITH_COMMAND=${with_command}
+        -D COMMAND_PAGE=${page_in_rpm}
         -D GCC_VERSION=${CMAKE_CXX_COMPILER_VERSION}
         -D UTFCPP_VERSION=${utf8cpp_VERSION}
+        -D CLI11_VERSION=${CLI11_VERSION}
+        -D JSON_VERSION=${nlohmann_json_VERSION}
         -D READELF=${CMAKE_READELF}
         -D DIRECTORY=${package_texts}
         -P ${PROJECT_SOURCE_DIR}/cmake/writePackageTexts.cmake
-    DEPENDS WalletCaller ${templates} ${PROJECT_SOURCE_DIR}/cmake/writePackageTexts.cmake
+    DEPENDS WalletCaller walletcaller ${templates} ${PROJECT_SOURCE_DIR}/cmake/writePackageTexts.cmake
     VERBATIM)
 add_custom_target(package_texts ALL DEPENDS ${texts})
 
@@ -49,12 +54,15 @@ set(documents share/doc/walletcaller)
 
 # The file is loaded by its pathname, from a copy in a private directory: it lies where no linker looks.
 install(PROGRAMS $<TARGET_FILE:WalletCaller> DESTINATION lib64/walletcaller)
-if(with_command)
-    install(PROGRAMS $<TARGET_FILE:walletcaller> DESTINATION bin)
-    install(FILES ${command_page} DESTINATION share/man/man1)
+install(PROGRAMS $<TARGET_FILE:walletcaller> DESTINATION bin)
+if(EXISTS ${page})
+    install(FILES ${page} DESTINATION share/man/man1)
 endif()
 install(FILES LICENSE README.md ARCHITECTURE.md SECURITY.md CHANGELOG.md
     ${package_texts}/VERSION ${package_texts}/walletcaller.spdx.json DESTINATION ${documents})
+# What the command is made with wants its licences to be told.
+install(FILES /usr/share/doc/libcli11-dev/copyright DESTINATION ${documents} RENAME LICENSE.CLI11)
+install(FILES /usr/share/doc/nlohmann-json3-dev/copyright DESTINATION ${documents} RENAME LICENSE.nlohmann-json)
 foreach(page integration errors operations support)
     install(FILES docs/${page}.md DESTINATION ${documents}/docs)
 endforeach()

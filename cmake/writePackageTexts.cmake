@@ -1,15 +1,23 @@
 # Writes what the packages say about themselves: the shipped file's version, the bill of materials, the
 # files that rpmbuild and Maven read, and the time that everything in a package bears.
 
-execute_process(COMMAND ${READELF} -nW ${FILE} OUTPUT_VARIABLE notes COMMAND_ERROR_IS_FATAL ANY)
-string(REGEX MATCH "Build ID: ([0-9a-f]+)" match "${notes}")
-set(BUILD_ID ${CMAKE_MATCH_1})
-if(NOT BUILD_ID)
-    message(FATAL_ERROR "${FILE} has no build id")
-endif()
-cmake_path(GET FILE FILENAME NAME)
-file(SHA1 ${FILE} SHA1)
-file(SHA256 ${FILE} SHA256)
+# Sets PREFIX_SHA1, PREFIX_SHA256 and PREFIX_BUILD_ID.
+function(describe prefix file)
+    execute_process(COMMAND ${READELF} -nW ${file} OUTPUT_VARIABLE notes COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCH "Build ID: ([0-9a-f]+)" match "${notes}")
+    if(NOT match)
+        message(FATAL_ERROR "${file} has no build id")
+    endif()
+    set(${prefix}_BUILD_ID ${CMAKE_MATCH_1} PARENT_SCOPE)
+    foreach(algorithm SHA1 SHA256)
+        file(${algorithm} ${file} sum)
+        set(${prefix}_${algorithm} ${sum} PARENT_SCOPE)
+    endforeach()
+endfunction()
+
+describe(LIBRARY ${LIBRARY})
+describe(COMMAND ${COMMAND})
+cmake_path(GET LIBRARY FILENAME NAME)
 
 # For the template, where an @ begins a variable.
 set(AT "@")
@@ -18,12 +26,7 @@ set(ENV{SOURCE_DATE_EPOCH} ${SOURCE_TIME})
 string(TIMESTAMP CREATED "%Y-%m-%dT%H:%M:%SZ" UTC)
 string(TIMESTAMP DATE "%a %b %d %Y" UTC)
 
-set(COMMAND_FILES "")
-if(WITH_COMMAND)
-    set(COMMAND_FILES "/usr/bin/walletcaller\n%doc /usr/share/man/man1/walletcaller.1\n")
-endif()
-
-file(WRITE ${DIRECTORY}/VERSION "walletcaller ${VERSION}\nbuild id ${BUILD_ID}\n")
+file(WRITE ${DIRECTORY}/VERSION "walletcaller ${VERSION}\nbuild id ${LIBRARY_BUILD_ID}\n")
 file(WRITE ${DIRECTORY}/SOURCE_DATE_EPOCH "${SOURCE_TIME}\n")
 foreach(text walletcaller.spdx.json walletcaller.spec pom.xml)
     configure_file(${TEMPLATES}/${text}.in ${DIRECTORY}/${text} @ONLY)

@@ -22,8 +22,10 @@ LIBRARY = "lib64/walletcaller/" + NAME
 DOCUMENTS = "share/doc/walletcaller/"
 PAGES = ["LICENSE", "README.md", "ARCHITECTURE.md", "SECURITY.md", "CHANGELOG.md",
          "docs/errors.md", "docs/integration.md", "docs/operations.md", "docs/support.md"]
+LICENSES = ["LICENSE.CLI11", "LICENSE.nlohmann-json"]
 TEXTS = ["SHA256SUMS", "VERSION", "walletcaller.spdx.json"]
 COMMAND = ["bin/walletcaller", "share/man/man1/walletcaller.1"]
+PAGE = os.path.join(TOP, "tool", "walletcaller.1")
 MAVEN = "META-INF/maven/com.orvanta.connector/walletcaller/"
 
 
@@ -56,9 +58,8 @@ class PackageTest(unittest.TestCase):
         cls.built = read(cls.tree, NAME)
         cls.build_id = re.search(rb"Build ID: (\w+)",
                                  output("readelf", "-n", os.path.join(cls.tree, NAME)))[1].decode()
-        # The command comes with its page or not at all.
-        cls.installed = sorted([LIBRARY] + [DOCUMENTS + text for text in PAGES + TEXTS] +
-                               (COMMAND if os.path.exists(os.path.join(TOP, "tool", "walletcaller.1")) else []))
+        cls.installed = sorted([LIBRARY] + [DOCUMENTS + text for text in PAGES + LICENSES + TEXTS] +
+                               [name for name in COMMAND if not name.endswith(".1") or os.path.exists(PAGE)])
 
     @classmethod
     def make_packages(cls, directory, *before, **options):
@@ -116,7 +117,7 @@ class PackageTest(unittest.TestCase):
                          {"/usr/lib64/walletcaller", "/usr/share/doc/walletcaller",
                           "/usr/share/doc/walletcaller/docs"})
         self.assertEqual(output("rpm", "-qp", "--licensefiles", self.rpm).decode(),
-                         "/usr/share/doc/walletcaller/LICENSE\n")
+                         "".join(f"/usr/share/doc/walletcaller/{name}\n" for name in ["LICENSE"] + LICENSES))
         self.check_installed(files_of_tar(self.rpm_as_tar()))
 
     def rpm_as_tar(self):
@@ -169,19 +170,20 @@ class PackageTest(unittest.TestCase):
         self.assertEqual([error.message for error in validator.iter_errors(bill)], [])
         self.assertEqual(bill["spdxVersion"], "SPDX-2.3")
         parts = [(part["name"], part["licenseDeclared"]) for part in bill["packages"]]
-        self.assertEqual(parts[:3], [("walletcaller", "Apache-2.0"),
-                                     ("libstdc++", "GPL-3.0-or-later WITH GCC-exception-3.1"),
-                                     ("utfcpp", "BSL-1.0")])
+        self.assertEqual(parts, [("walletcaller", "Apache-2.0"),
+                                 ("libstdc++", "GPL-3.0-or-later WITH GCC-exception-3.1"),
+                                 ("utfcpp", "BSL-1.0"), ("CLI11", "BSD-3-Clause"), ("nlohmann-json", "MIT")])
         for part in bill["packages"]:
             self.assertRegex(part["versionInfo"], r"^\d+(\.\d+)+$")
             self.assertRegex(part["supplier"], "^(Organization|Person): .")
             for reference in part["externalRefs"]:
                 self.assertRegex(reference["referenceLocator"],
                                  rf"^pkg:[a-z]+/.+@v?{re.escape(part['versionInfo'])}\b")
-        self.assertEqual(bill["files"][0]["checksums"],
-                         [{"algorithm": "SHA1", "checksumValue": hashlib.sha1(self.built).hexdigest()},
-                          {"algorithm": "SHA256",
-                           "checksumValue": hashlib.sha256(self.built).hexdigest()}])
+        built = {"./" + NAME: self.built, "./walletcaller": read(self.tree, "walletcaller")}
+        self.assertEqual({file["fileName"]: file["checksums"] for file in bill["files"]},
+                         {name: [{"algorithm": "SHA1", "checksumValue": hashlib.sha1(data).hexdigest()},
+                                 {"algorithm": "SHA256", "checksumValue": hashlib.sha256(data).hexdigest()}]
+                          for name, data in built.items()})
 
     def test_jar(self):
         with zipfile.ZipFile(os.path.join(self.directory, f"walletcaller-{self.version}.jar")) as jar:
@@ -203,9 +205,13 @@ class PackageTest(unittest.TestCase):
     def test_debug_symbols_lie_where_debuggers_look(self):
         data = read(self.directory, f"walletcaller-debug-{self.version}-redhatlinux-x8664.tar.gz")
         files = files_of_tar(data)
-        symbols = files[f"lib/debug/.build-id/{self.build_id[:2]}/{self.build_id[2:]}.debug"]
-        self.assertEqual(symbols, read(self.tree, NAME + ".debug"))
-        self.assertIn(b".debug_info", output("readelf", "-SW", os.path.join(self.tree, NAME + ".debug")))
+        self.assertEqual(len(files), 2)
+        for name in NAME, "walletcaller":
+            file = os.path.join(self.tree, name)
+            build_id = re.search(rb"Build ID: (\w+)", output("readelf", "-n", file))[1].decode()
+            self.assertEqual(files[f"lib/debug/.build-id/{build_id[:2]}/{build_id[2:]}.debug"],
+                             read(file + ".debug"))
+            self.assertIn(b".debug_info", output("readelf", "-SW", file + ".debug"))
 
     def test_sandbox_needs_nothing_but_itself(self):
         with tempfile.TemporaryDirectory() as scratch:

@@ -26,8 +26,8 @@ def main():
     with open(os.path.join(os.path.dirname(built), "package-texts", "SOURCE_DATE_EPOCH"), encoding="ascii") as file:
         os.environ["SOURCE_DATE_EPOCH"] = file.read().strip()
     subprocess.run(["cmake", "--preset", "release", "-B", tree], cwd=copy, check=True)
-    subprocess.run(["cmake", "--build", tree, "-j2", "--target", "WalletCaller", "package_texts", "sandbox"],
-                   check=True)
+    subprocess.run(["cmake", "--build", tree, "-j2", "--target", "WalletCaller", "walletcaller",
+                    "package_texts", "sandbox"], check=True)
 
     for name in os.path.basename(built), os.path.basename(built) + ".debug":
         first, second = os.path.join(os.path.dirname(built), name), os.path.join(tree, name)
