@@ -92,8 +92,8 @@ class StrictJni {
     void failCall(std::uint64_t k, Failure failure = Failure::withException);
     // The line of the call that was made to fail; "" if none was yet.
     const std::string& failedCall() const { return failedCall_; }
-    // Called with that line when the call is made to fail.
-    std::function<void(const std::string& call)> onFailure;
+    // Asked with the line of each call that can fail, whether and how it does.
+    std::function<std::optional<Failure>(const std::string& call)> failing;
 
     // What was done wrong so far; each was also reported as a failure of the test.
     const std::vector<std::string>& violations() const { return violations_; }

@@ -29,15 +29,16 @@ void StrictJni::enter(const std::string& call, Rule rule) {
 }
 
 bool StrictJni::failsNow(const std::string& exceptionClass, const std::string& message) {
-    if (callsUntilFailure_ == 0 || --callsUntilFailure_ != 0) {
+    std::optional<Failure> failure = failing ? failing(calls_.back()) : std::nullopt;
+    if (callsUntilFailure_ != 0 && --callsUntilFailure_ == 0) {
+        failure = failure_;
+    }
+    if (!failure) {
         return false;
     }
     failedCall_ = calls_.back();
-    if (failure_ == Failure::withException) {
+    if (failure == Failure::withException) {
         throwJava(exceptionClass, message);
-    }
-    if (onFailure) {
-        onFailure(failedCall_);
     }
     return true;
 }

@@ -9,57 +9,43 @@ thread_local FaultInjection* current = nullptr;
 }  // namespace
 
 FaultInjection::FaultInjection(StrictJni& jvm, std::vector<Fault> faults)
-    : jvm_(&jvm), faults_(std::move(faults)), heap_(0, [this] { note("allocation"); }) {
-    jvm_->onFailure = [this](const std::string& call) { note(call); };
+    : jvm_(&jvm), faults_(std::move(faults)), heap_(0, [this] { note(kAllocation); }) {
+    jvm_->failing = [](const std::string& call) -> std::optional<StrictJni::Failure> {
+        const std::optional<int> how = take(call);
+        return how ? std::optional(static_cast<StrictJni::Failure>(*how)) : std::nullopt;
+    };
     current = this;
     begin();
 }
 
 FaultInjection::~FaultInjection() {
-    finish();
-}
-
-std::vector<std::string> FaultInjection::finish() {
-    heap_.failNext(0);
     current = nullptr;
-    jvm_->failCall(0);
-    jvm_->onFailure = nullptr;
-    return happened_;
+    jvm_->failing = nullptr;
 }
 
-std::optional<int> FaultInjection::take(const char* kind, const char* detail) {
-    return take(kind, detail, [](int) { return true; });
-}
-
-std::optional<int> FaultInjection::take(const char* kind, const char* detail,
-                                        bool (*accepts)(int how)) {
-    if (current == nullptr || current->happened_.size() == current->faults_.size()) {
+std::optional<int> FaultInjection::take(const std::string& call) {
+    if (current == nullptr) {
         return std::nullopt;
     }
     const FailingHeap::Pause pause;
-    const Fault& fault = current->faults_[current->happened_.size()];
-    if (fault.kind != kind || !accepts(fault.how) || ++current->seen_ != fault.k) {
+    current->calls_.push_back(call);
+    const std::size_t next = current->failed_.size();
+    if (next == current->faults_.size() || !call.starts_with(current->faults_[next].call) ||
+        ++current->seen_ != current->faults_[next].nth) {
         return std::nullopt;
     }
-    const int how = fault.how;
-    current->note(std::string(kind) + "(" + detail + ")");
-    return how;
+    current->note(call);
+    return current->faults_[next].how;
 }
 
 void FaultInjection::begin() {
     seen_ = 0;
-    if (happened_.size() == faults_.size()) {
-        return;
-    }
-    const Fault& fault = faults_[happened_.size()];
-    if (fault.kind == "allocation") {
-        heap_.failNext(fault.k);
-    } else if (fault.kind == "JNI") {
-        jvm_->failCall(fault.k, static_cast<StrictJni::Failure>(fault.how));
+    if (failed_.size() < faults_.size() && faults_[failed_.size()].call == kAllocation) {
+        heap_.failNext(faults_[failed_.size()].nth);
     }
 }
 
 void FaultInjection::note(const std::string& call) {
-    happened_.push_back(call);
+    failed_.push_back(call);
     begin();
 }

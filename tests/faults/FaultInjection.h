@@ -1,13 +1,13 @@
-// Makes single calls of the library fail: the k-th of one kind, and then the k-th of another.
+// Makes single calls of the library fail, by their names.
 //
-//     FaultInjection injection(jvm, {{"readlink", 2, EIO}});
+//     FaultInjection injection(jvm, {{"readlink(/usr/bin/ovwallet)", 1, EIO}, {"munlock"}});
 //     ...   // a native call
-//     injection.finish();   // {"readlink(/usr/lib/ovwallet/ovwallet)"}
+//     injection.failed();   // what was made to fail, in order
 //
-// Kinds are "allocation" (operator new), "JNI" (whatever StrictJni can make fail), "wallet" (an
-// entry point of the client library, see WalletFault) and the functions of SystemCalls.h that
-// Machine replaces. It concerns the thread that made it, from its construction until it is
-// finished; what the JNI double does is never made to fail. One per thread at a time.
+// A call's name is its function's and, in parentheses, which file, entry, symbol or Java object it
+// is about: "fopen(/proc/self/maps)", "OvWallet_getStringValue(un)", "NewByteArray(5)",
+// "munlock()". It concerns the thread that made it, from its construction until its end; what the
+// doubles do themselves is never made to fail. One per thread at a time.
 #pragma once
 
 #include <cstdint>
@@ -18,23 +18,13 @@
 #include "doubles/FailingHeap.h"
 #include "doubles/StrictJni.h"
 
-// What an entry point of the client library does in place of, or besides, what it should.
-enum WalletFault {
-    kReturnsError = 1,      // an error object with the text kWalletErrorText
-    kThrowsException,       // std::runtime_error("the client library threw")
-    kThrowsOther,           // what is no std::exception
-    kHandsOutNull,          // success, with a null object
-    kFreeThrowsException,   // as kThrowsException, but only a free function
-    kFreeThrowsOther,       // as kThrowsOther, but only a free function
-    kDescribesNothing,      // a null description
-    kDescribesInvalidUtf8,  // a description that is no UTF-8
-};
-inline constexpr const char* kWalletErrorText = "the client library refused";
+// An allocation through operator new; allocations have no names of their own.
+inline constexpr const char* kAllocation = "operator new";
 
 struct Fault {
-    std::string kind;
-    std::uint64_t k;  // counted from the fault before, or from the start
-    int how = 0;      // an errno; of "JNI" a StrictJni::Failure; of "wallet" a WalletFault
+    std::string call;       // its name, or how that begins
+    std::uint64_t nth = 1;  // which of them, counted from the fault before, or from the start
+    int how = 0;            // an errno; of a JNI call a StrictJni::Failure; or a WalletFault
 };
 
 class FaultInjection {
@@ -44,14 +34,12 @@ class FaultInjection {
     FaultInjection(const FaultInjection&) = delete;
     FaultInjection& operator=(const FaultInjection&) = delete;
 
-    // No call fails any more. Returns those that were made to fail.
-    std::vector<std::string> finish();
+    // All calls that could have been made to fail, but for allocations, and those that were.
+    const std::vector<std::string>& calls() const { return calls_; }
+    const std::vector<std::string>& failed() const { return failed_; }
 
-    // For doubles: whether this call, "KIND(DETAIL)", is to fail, and how. Nothing on a thread
-    // without an injection.
-    static std::optional<int> take(const char* kind, const char* detail);
-    // The same for an entry point that can only fail in the ways that accepts tells.
-    static std::optional<int> take(const char* kind, const char* detail, bool (*accepts)(int how));
+    // For doubles: whether this call is to fail, and how. Nothing on a thread without an injection.
+    static std::optional<int> take(const std::string& call);
 
   private:
     void begin();
@@ -59,7 +47,8 @@ class FaultInjection {
 
     StrictJni* jvm_;
     std::vector<Fault> faults_;
-    std::vector<std::string> happened_;
+    std::vector<std::string> calls_;
+    std::vector<std::string> failed_;
     std::uint64_t seen_ = 0;
     FailingHeap heap_;
 };

@@ -1,76 +1,74 @@
 #include "faults/WholeCall.h"
 
 #include <algorithm>
-#include <filesystem>
+#include <array>
 #include <map>
 #include <sstream>
+#include <thread>
 #include <utility>
 
 #include <gtest/gtest.h>
 
 #include "doubles/ChildProcess.h"
 #include "doubles/PrivateModuleDir.h"
-#include "faults/Machine.h"
-#include "faults/ProcessState.h"
+#include "wallet/ProcessLock.h"
 
-namespace fs = std::filesystem;
+extern "C" JNIEXPORT void JNICALL
+Java_com_orvanta_connector_common_ovwallet_WalletCaller_performSubstitutions(JNIEnv*, jclass,
+                                                                             jobject, jstring);
 
 namespace {
 
-constexpr std::size_t kMostReportText = 64 * 1024;
-constexpr char kSeparator = '\x1f';
+struct Property {
+    const char* name;
+    const char* references;
+    std::string expanded;
+};
 
-void prepare(const Scenario& scenario) {
-    Machine& on = machine();
-    fs::remove(privateModuleDir() + "ovwalletdir");
-    setLimitsAndUser();
-    on.hasCommandLink = scenario.commandLink;
-    on.refusesLocks = scenario.locksRefused;
-    on.pretendsUsers = scenario.locksRefused || scenario.actsForAnother;
-    on.realUser = scenario.actsForAnother ? kPretendedUser + 1 : kPretendedUser;
-    on.refusesLibrary = scenario.libraryRefused;
-    on.hidesModule = scenario.directoryLost;
-    on.losesDirectory = scenario.directoryLost;
-    if (scenario.directoryLost) {
-        fs::current_path(privateModuleDir());
-    }
+const std::array<Property, 4>& properties() {
+    static const std::array<Property, 4> all{{
+        {"InputOrvantaUserName", "$ovwallet(un)@$ovwallet(domain)", "name@example"},
+        {"InputOrvantaPassword", "$ovwallet(pw_$(ovpid))$ovwallet(none)", "secret"},
+        {"OutputOrvantaUserName", "$ovwallet-$ovwallet(nested)", "default-<name>"},
+        {"OutputOrvantaPassword", "$ovwallet(long)$ovwallet", std::string(5000, 'x') + "default"},
+    }};
+    return all;
 }
 
-constexpr std::pair<const char*, const char*> kFreeFunctions[] = {
-    {"wallet(OvWallet_freeV1)", "live.wallets 1\n"},
-    {"wallet(OvWallet_freeLockedUTF8Vector)", "live.locked_vectors 1\n"},
-    {"wallet(OvWallet_freeError)", "live.errors 1\n"},
-};
+bool lockFailed(const CallReport& report) {
+    return std::any_of(report.failed.begin(), report.failed.end(), [](const std::string& call) {
+        return call.starts_with("pthread_mutex_lock");
+    });
+}
 
 bool contains(const std::vector<std::string>& calls, const std::string& call) {
     return std::find(calls.begin(), calls.end(), call) != calls.end();
 }
 
-// The objects whose free function threw are still alive, with their uses of the library; otherwise
-// there is nothing. What the factory threw, and nobody could turn into an error, has one, too.
-void expectNothingHeld(const CallReport& report) {
-    std::string objects;
-    for (const auto& [call, object] : kFreeFunctions) {
-        objects += contains(report.happened, call) ? object : "";
+// The objects whose free function threw are still alive, with their references to the library.
+std::string heldAfter(const std::vector<std::string>& failed) {
+    static const std::map<std::string, std::string> objects{
+        {"OvWallet_freeV1()", "live.wallets 1\n"},
+        {"OvWallet_freeLockedUTF8Vector()", "live.locked_vectors 1\n"},
+        {"OvWallet_freeError()", "live.errors 1\n"},
+    };
+    std::string held;
+    for (const char* const call :
+         {"OvWallet_freeV1()", "OvWallet_freeLockedUTF8Vector()", "OvWallet_freeError()"}) {
+        held += contains(failed, call) ? objects.at(call) : "";
     }
-    const bool factoryThrew =
-        report.outcome == kOtherPassed &&
-        contains(report.happened, "wallet(OvWalletFactory_generateOvWalletV1)");
-    EXPECT_EQ(machine().wallet.held(),
-              objects.empty() && !factoryThrew ? "" : objects + "uses of the library\n");
+    return held.empty() ? held : held + "references to the library\n";
 }
 
 // What was changed cannot be put back when putting it back is what failed.
-void expectUnchanged(const std::string& before, const std::vector<std::string>& happened) {
-    if (contains(happened, "setrlimit(restore)")) {
-        setLimitsAndUser();
+void expectNothingLeft(const CallReport& report, const std::string& before) {
+    EXPECT_EQ(machine().wallet.held(), heldAfter(report.failed));
+    const bool staysRoot = contains(report.failed, "setreuid(drop back)");
+    if (staysRoot || contains(report.failed, "setrlimit(restore)")) {
+        EXPECT_EQ(machine().effectiveUser == 0, staysRoot);
+        machine().resetLimitsAndUser();
     }
-    if (contains(happened, "setreuid(drop back)")) {
-        EXPECT_EQ(machine().effectiveUser, 0U);
-        setLimitsAndUser();
-    }
-    EXPECT_EQ(processState(), before);
-    EXPECT_EQ(machine().effectiveUser, kPretendedUser);
+    EXPECT_EQ(machine().processState(), before);
 }
 
 // A call with the faults and one without.
@@ -80,94 +78,131 @@ CallReport callTwice(const Scenario& scenario, const std::vector<Fault>& faults)
         job.callUndisturbed();
         job.reset();
     }
-    const std::string before = processState();
+    const std::string before = machine().processState();
     CallReport report = job.call(faults);
     report.log = std::exchange(machine().log, {});
     expectLockFree();
-    expectNothingHeld(report);
-    expectUnchanged(before, report.happened);
-    machine().refusesLibrary = false;
-    machine().losesDirectory = false;
+    if (!lockFailed(report)) {
+        expectNothingLeft(report, before);
+    }
+    machine().scenario = kCommandLink;
     job.callUndisturbed();
     expectLockFree();
     return report;
 }
 
-// Reports go from process to process as text: four fields and one for each call that failed.
-void write(const CallReport& report, std::string& text) {
-    text += report.outcome + kSeparator + report.log + kSeparator;
-    text += report.everythingWritten ? "written" : "";
-    for (const std::string& call : report.happened) {
-        text += kSeparator + call;
+// Reports go from process to process as text, a field or a call a line; no field holds a line end.
+void write(const CallReport& report, std::ostream& text) {
+    text << report.outcome << '\n' << report.log << '\n' << report.everythingWritten << '\n';
+    for (const std::string& call : report.failed) {
+        text << "failed " << call << '\n';
+    }
+    for (const std::string& call : report.calls) {
+        text << "called " << call << '\n';
     }
 }
 
-CallReport read(const std::string& text) {
+CallReport read(std::istream&& text) {
     CallReport report;
-    std::istringstream fields(text);
-    std::string field;
-    std::getline(fields, report.outcome, kSeparator);
-    std::getline(fields, report.log, kSeparator);
-    std::getline(fields, field, kSeparator);
-    report.everythingWritten = field == "written";
-    while (std::getline(fields, field, kSeparator)) {
-        report.happened.push_back(field);
+    std::string line;
+    std::getline(text, report.outcome);
+    std::getline(text, report.log);
+    std::getline(text, line);
+    report.everythingWritten = line == "1";
+    while (std::getline(text, line)) {
+        const std::size_t blank = line.find(' ');
+        const std::string kind = line.substr(0, blank);
+        const std::string rest = line.substr(blank + 1);
+        if (kind == "kept") {
+            report.allocations = std::stoll(rest);
+        } else {
+            (kind == "failed" ? report.failed : report.calls).push_back(rest);
+        }
     }
     return report;
 }
 
-// Returns the report as text; kept is what the calls left on the heap.
-std::string callOnHeap(const Scenario& scenario, const std::vector<Fault>& faults,
-                       std::int64_t& kept) {
-    prepare(scenario);
-    std::string text;
-    text.reserve(kMostReportText);
-    const std::int64_t before = FailingHeap::liveAllocations();
-    write(callTwice(scenario, faults), text);
-    kept = FailingHeap::liveAllocations() - before;
-    return text;
-}
-
-std::int64_t keptWithoutFaults(const Scenario& scenario) {
-    static std::map<std::string, std::int64_t> known;
-    const auto found = known.find(scenario.name);
-    if (found != known.end()) {
-        return found->second;
-    }
-    return known[scenario.name] = std::stoll(inChildProcess([&] {
-               std::int64_t kept = 0;
-               callOnHeap(scenario, {}, kept);
-               return std::to_string(kept);
-           }));
-}
-
-bool freesEverything(const std::string& report) {
-    return std::none_of(
-        std::begin(kFreeFunctions), std::end(kFreeFunctions),
-        [&](const auto& each) { return report.find(each.first) != std::string::npos; });
-}
-
 }  // namespace
+
+ReferenceJob::ReferenceJob() {
+    reset();
+}
+
+void ReferenceJob::reset() {
+    job_.properties = {{"InputJdbcUrl", "jdbc:orvanta://dbhost/"},
+                       {"OutputJdbcUrl", "jdbc:orvanta://dbhost/"}};
+    for (const Property& property : properties()) {
+        job_.properties[property.name] = property.references;
+    }
+}
+
+// The faults concern the exported function alone, not what surrounds it here.
+CallReport ReferenceJob::call(const std::vector<Fault>& faults) {
+    CallReport report;
+    bool numberPassed = false;
+    report.outcome = jvm_.inNativeFrame([&] {
+        const jobject context = job_.jobContextReference();
+        const jstring directory =
+            job_.stringReference(privateModuleDir(), "private temporary directory");
+        const FaultInjection injection(jvm_, faults);
+        try {
+            Java_com_orvanta_connector_common_ovwallet_WalletCaller_performSubstitutions(
+                jvm_.env(), nullptr, context, directory);
+        } catch (int) {
+            numberPassed = true;
+        }
+        const FailingHeap::Pause pause;
+        report.calls = injection.calls();
+        report.failed = injection.failed();
+    });
+    if (numberPassed) {
+        report.outcome += kNumberPassed;
+    }
+    report.everythingWritten = isEverythingWritten();
+    return report;
+}
+
+void ReferenceJob::callUndisturbed() {
+    reset();
+    const CallReport report = call({});
+    EXPECT_EQ(report.outcome, "");
+    EXPECT_TRUE(report.everythingWritten);
+}
+
+bool ReferenceJob::isEverythingWritten() {
+    bool written = true;
+    for (const Property& property : properties()) {
+        const std::string text = job_.properties[property.name].value_or("null");
+        written = written && text == property.expanded;
+        EXPECT_EQ(text, written ? property.expanded : property.references) << property.name;
+    }
+    return written;
+}
+
+void expectLockFree() {
+    std::thread([] { const Orvanta_OvWallet::ProcessLockGuard lock; }).join();
+}
 
 CallReport callWithFaults(const Scenario& scenario, const std::vector<Fault>& faults) {
     // Made here, where it is also taken down; the child has a copy.
     machine();
-    const std::int64_t expected = keptWithoutFaults(scenario);
-    return read(inChildProcess([&] {
-        std::int64_t kept = 0;
-        std::string text = callOnHeap(scenario, faults, kept);
-        if (freesEverything(text)) {
-            EXPECT_LE(kept, expected) << "allocations left";
-        }
+    return read(std::istringstream(inChildProcess([&] {
+        machine().enter(scenario);
+        std::ostringstream text;
+        text << std::string(1 << 20, ' ');
+        text.seekp(0);
+        const std::int64_t before = FailingHeap::liveAllocations();
+        write(callTwice(scenario, faults), text);
+        text << "kept " << FailingHeap::liveAllocations() - before << '\n';
         expectNoLeaks();
-        return text;
-    }));
+        return text.str().substr(0, static_cast<std::size_t>(text.tellp()));
+    })));
 }
 
 std::string describe(const std::vector<Fault>& faults) {
     std::ostringstream text;
     for (const char* separator = ""; const Fault& fault : faults) {
-        text << separator << fault.kind << " " << fault.k << " (" << fault.how << ")";
+        text << separator << fault.call << " " << fault.nth << " (" << fault.how << ")";
         separator = ", then ";
     }
     return text.str();

@@ -1,19 +1,21 @@
-// What the Java caller sees of one failure, and what has to have been written then.
+// What the Java caller sees of one failure.
 #pragma once
 
 #include <set>
 #include <string>
+#include <vector>
 
-#include "faults/Scenario.h"
+#include "faults/FaultInjection.h"
+#include "faults/Machine.h"
 
-// Of the failing of this system call, "NAME(DETAIL)", with this errno.
-std::string outcomeOfSystemCall(const Scenario& scenario, const std::string& call, int errnum);
+// How a call of this name can fail, as Fault::how tells; nothing for what cannot.
+std::vector<int> waysToFail(const std::string& call);
 
-// Of this JNI call, as StrictJni records it.
-std::string outcomeOfJniCall(const std::string& call, bool withException);
+// What a call ends with of which this call failed that way.
+std::string outcomeOf(const Scenario& scenario, const std::string& call, int how);
 
 // Of an exception of the library or its runtime with this message: it may come from anywhere in the
-// call, and it may be in what gives something back on a way that reports nothing.
+// call, and it may take the place of a message that was being made.
 std::set<std::string> outcomesAnywhere(const std::string& message);
 
 // A message as the Java caller sees it.

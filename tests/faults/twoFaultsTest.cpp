@@ -6,120 +6,163 @@
 
 #include <gtest/gtest.h>
 
-#include "faults/FaultCounts.h"
 #include "faults/WholeCall.h"
 #include "faults/expectedOutcome.h"
 
 namespace {
 
 struct FirstFault {
+    const char* name;
     Scenario scenario;
     Fault fault;
-    // Nothing but clean-up follows the fault: what is to be reported is known, down to its text.
-    bool isKnown = false;
+    std::vector<const char*> cleanUp;  // calls that nothing but clean-up makes after it
 };
 
 void PrintTo(const FirstFault& first, std::ostream* stream) {
-    *stream << first.scenario.name << ", " << describe({first.fault});
+    *stream << first.name;
 }
 
 class TwoFaults : public ::testing::TestWithParam<FirstFault> {
   protected:
-    // Adds each second failure of a kind in turn to the first, from its k on, checks each outcome,
-    // and returns how many there were.
-    static std::uint64_t addEachSecond(Fault second, const auto& check) {
-        const std::uint64_t from = second.k;
-        for (;; ++second.k) {
-            const std::vector<Fault> faults{GetParam().fault, second};
-            SCOPED_TRACE(std::string(GetParam().scenario.name) + ", " + describe(faults));
-            const CallReport report = callWithFaults(GetParam().scenario, faults);
-            if (report.happened.size() < 2) {
-                return second.k - from;
-            }
-            SCOPED_TRACE(report.happened.back());
-            check(report);
-        }
-    }
-
     static std::string outcomeOfTheFirst() {
         const CallReport report = callWithFaults(GetParam().scenario, {GetParam().fault});
-        EXPECT_EQ(report.happened.size(), 1U);
+        EXPECT_EQ(report.failed.size(), 1U);
         EXPECT_NE(report.outcome, "");
         return report.outcome;
     }
 
+    // Adds each second failure of that name in turn to the first; returns how many there were.
+    static std::uint64_t addInTurn(Fault second, const std::set<std::string>& expected) {
+        for (;; ++second.nth) {
+            const std::vector<Fault> faults{GetParam().fault, second};
+            SCOPED_TRACE(describe(faults));
+            const CallReport report = callWithFaults(GetParam().scenario, faults);
+            if (report.failed.size() < 2) {
+                return second.nth - 1;
+            }
+            EXPECT_TRUE(expected.contains(report.outcome)) << report.outcome;
+        }
+    }
+
     // A failure while the report of the first is made may take its place. Nothing else does.
     static std::set<std::string> outcomes(const std::string& second) {
-        const std::string first = outcomeOfTheFirst();
-        if (GetParam().isKnown) {
-            return {first};
-        }
-        constexpr const char* kNoMemoryForAnError = "An out of memory condition exists.";
-        return {first,
-                connectorFailure(second),
-                cannotUse(second),
-                cannotGetValue(second),
-                cannotUse(kNoMemoryForAnError),
-                cannotGetValue(kNoMemoryForAnError)};
+        std::set<std::string> all = outcomesAnywhere(second);
+        all.insert(outcomeOfTheFirst());
+        return all;
     }
 };
 
-// Nothing but clean-up makes these calls after a failure.
 TEST_P(TwoFaults, TheFirstIsReportedWhenACallOfTheCleanUpFails) {
-    const std::string first = outcomeOfTheFirst();
-    std::uint64_t count = 0;
-    for (const Fault& second :
-         {Fault{"dlclose", 1}, Fault{"munlock", 1, ENOMEM}, Fault{"closedir", 1, EIO},
-          Fault{"wallet", 1, kFreeThrowsException}, Fault{"wallet", 1, kFreeThrowsOther}}) {
-        count += addEachSecond(second,
-                               [&](const CallReport& report) { EXPECT_EQ(report.outcome, first); });
+    const std::set<std::string> first{outcomeOfTheFirst()};
+    for (const char* const call : GetParam().cleanUp) {
+        const bool isWallet = std::string(call).starts_with("OvWallet");
+        EXPECT_GT(addInTurn({call, 1, isWallet ? kThrowsException : EIO}, first), 0U)
+            << call << " was not called";
+        if (isWallet) {
+            addInTurn({call, 1, kThrowsNumber}, first);
+        }
     }
-    countInjected("two failures, the second of clean-up", count);
 }
 
-TEST_P(TwoFaults, TheFirstIsReportedWhenMemoryRunsOutOnTheWayOut) {
-    const std::set<std::string> expected = outcomes("std::bad_alloc");
-    const std::uint64_t count = addEachSecond({"allocation", 1}, [&](const CallReport& report) {
-        EXPECT_TRUE(expected.contains(report.outcome)) << report.outcome;
-    });
-    countInjectedIfAny("two failures, the second of allocation", count);
+TEST_P(TwoFaults, OneOfThemIsReportedWhenTheLockFailsOnTheWayOut) {
+    addInTurn({"pthread_mutex_lock", 1, EINVAL},
+              outcomes("Cannot lock mutex (errno = Invalid argument)."));
 }
 
-INSTANTIATE_TEST_SUITE_P(BeforeTheWalletIsOpen, TwoFaults,
-                         ::testing::Values(FirstFault{kPackages, {"readdir", 3, EIO}},
-                                           FirstFault{kSecondCall, {"wallet", 1, kReturnsError}},
-                                           FirstFault{kSecondCall, {"wallet", 1, kThrowsException}},
-                                           FirstFault{kCommandLink, {"allocation", 90}}));
-
-INSTANTIATE_TEST_SUITE_P(OnceTheWalletIsOpen, TwoFaults,
-                         ::testing::Values(FirstFault{kCommandLink, {"sysconf", 1, EINVAL}},
-                                           FirstFault{kSecondCall, {"wallet", 2, kReturnsError}},
-                                           FirstFault{kSecondCall, {"wallet", 7, kReturnsError}},
-                                           FirstFault{kSecondCall, {"wallet", 2, kThrowsException}},
-                                           FirstFault{kSecondCall, {"wallet", 3, kThrowsException}},
-                                           FirstFault{kSecondCall, {"wallet", 4, kThrowsException}},
-                                           FirstFault{kSecondCall, {"allocation", 80}},
-                                           FirstFault{kSecondCall, {"allocation", 90}},
-                                           FirstFault{kSecondCall, {"allocation", 100}}));
+TEST_P(TwoFaults, OneOfThemIsReportedWhenMemoryRunsOutOnTheWayOut) {
+    addInTurn({kAllocation}, outcomes("std::bad_alloc"));
+}
 
 INSTANTIATE_TEST_SUITE_P(
-    OnceTheReportIsKnown, TwoFaults,
+    BeforeTheWalletIsOpen, TwoFaults,
     ::testing::Values(
-        FirstFault{kSecondCall, {"wallet", 3, kThrowsOther}, true},
-        FirstFault{kSecondCall, {"wallet", 17, kThrowsException}, true},
-        FirstFault{kSecondCall, {"JNI", 12}, true}, FirstFault{kSecondCall, {"JNI", 15}, true},
-        FirstFault{kSecondCall, {"JNI", 18}, true}, FirstFault{kSecondCall, {"JNI", 19}, true},
-        FirstFault{kSecondCall, {"JNI", 22}, true}, FirstFault{kLocksRefused, {"JNI", 44}, true}));
+        FirstFault{"ReadingTheDirectory", kPackages, {"readdir", 3, EIO}, {"closedir"}},
+        FirstFault{"AnErrorOfOpening",
+                   kSecondCall,
+                   {"OvWalletFactory_generateOvWalletV1", 1, kReturnsError},
+                   {"OvWallet_freeError", "dlclose"}},
+        FirstFault{"AnExceptionOfOpening",
+                   kSecondCall,
+                   {"OvWalletFactory_generateOvWalletV1", 1, kThrowsException},
+                   {"dlclose"}},
+        FirstFault{"OpeningTheLibrary", kCommandLink, {"dlopen"}, {}}),
+    [](const auto& test) { return std::string(test.param.name); });
 
-// ---- What the library says and does on purpose when closing fails as well.
+INSTANTIATE_TEST_SUITE_P(
+    OnceTheWalletIsOpen, TwoFaults,
+    ::testing::Values(
+        FirstFault{
+            "ThePageSize", kCommandLink, {"sysconf", 1, EINVAL}, {"OvWallet_freeV1", "dlclose"}},
+        FirstFault{"AnErrorOfTheFirstValue",
+                   kSecondCall,
+                   {"OvWallet_getStringValue(un)", 1, kReturnsError},
+                   {"OvWallet_freeError", "OvWallet_freeV1", "munlock", "dlclose"}},
+        FirstFault{"AnErrorOfANestedValue",
+                   kSecondCall,
+                   {"OvWallet_getStringValue(un)", 2, kReturnsError},
+                   {"OvWallet_freeError", "OvWallet_freeV1", "munlock", "dlclose"}},
+        FirstFault{"AnExceptionOfAValue",
+                   kSecondCall,
+                   {"OvWallet_getStringValue(domain)", 1, kThrowsException},
+                   {"OvWallet_freeV1", "munlock", "dlclose"}},
+        FirstFault{"AnExceptionOfASize",
+                   kSecondCall,
+                   {"OvWallet_getSizeLockedUTF8Vector", 1, kThrowsException},
+                   {"OvWallet_freeLockedUTF8Vector", "OvWallet_freeV1", "munlock", "dlclose"}},
+        FirstFault{"ANumberInsteadOfBytes",
+                   kSecondCall,
+                   {"OvWallet_getPtrLockedUTF8Vector", 1, kThrowsNumber},
+                   {"OvWallet_freeLockedUTF8Vector", "OvWallet_freeV1", "munlock", "dlclose"}},
+        FirstFault{"ALargerBlock",
+                   kSecondCall,
+                   {"OvWallet_getSizeLockedUTF8Vector", 7, kThrowsException},
+                   {"OvWallet_freeLockedUTF8Vector", "OvWallet_freeV1", "munlock", "dlclose"}},
+        FirstFault{"TheGetterOfAProperty",
+                   kSecondCall,
+                   {"CallStaticObjectMethodV(OrvantaPlugInConfiguration, getInputOrvantaPassword"},
+                   {"OvWallet_freeV1", "munlock", "dlclose"}},
+        FirstFault{"TheNewArray",
+                   kSecondCall,
+                   {"NewByteArray"},
+                   {"OvWallet_freeV1", "munlock", "dlclose"}},
+        FirstFault{"TheSetterOfAProperty",
+                   kLocksRefused,
+                   {"CallStaticVoidMethodV(OrvantaPlugInConfiguration, setOutputOrvantaPassword"},
+                   {"OvWallet_freeV1", "munlock", "dlclose"}}),
+    [](const auto& test) { return std::string(test.param.name); });
+
+// ---- What the library says and does on purpose when a second call fails.
 
 TEST(TwoFaultsOfTheLoader, ALibraryThatCannotBeClosedIsWorseNewsThanAnEntryPointThatItLacks) {
-    for (const std::uint64_t k : {1U, 41U}) {
-        const CallReport report = callWithFaults(kCommandLink, {{"dlsym", k}, {"dlclose", 1}});
-        EXPECT_EQ(report.happened.size(), 2U);
+    for (const char* const symbol :
+         {"dlsym(OvWallet_getErrorDescription)", "dlsym(OvWallet_freeV1)"}) {
+        const CallReport report = callWithFaults(kCommandLink, {{symbol}, {"dlclose"}});
+        EXPECT_EQ(report.failed.size(), 2U);
         const std::string unloading =
-            outcomeOfSystemCall(kCommandLink, "dlclose()", 0).substr(connectorFailure("").size());
+            outcomeOf(kCommandLink, "dlclose()", 0).substr(connectorFailure("").size());
         EXPECT_EQ(report.outcome, cannotUse(unloading));
+    }
+}
+
+// ---- Errors whose description is of no use, or cannot be had.
+
+TEST(ADescription, ThatIsNullLeavesAMessage) {
+    for (const char* const call :
+         {"OvWalletFactory_generateOvWalletV1", "OvWallet_getStringValue(nested)"}) {
+        for (const int how : {kGivesNothing, kGivesInvalidUtf8, kThrowsException, kThrowsNumber}) {
+            const std::vector<Fault> faults{{call, 1, kReturnsError},
+                                            {"OvWallet_getErrorDescription", 1, how}};
+            SCOPED_TRACE(describe(faults));
+            const CallReport report = callWithFaults(kCommandLink, faults);
+            EXPECT_EQ(report.failed.size(), 2U);
+            const bool opens = std::string(call).starts_with("OvWalletFactory");
+            const char* const unknown = "unknown error";
+            EXPECT_EQ(report.outcome, how == kGivesNothing
+                                          ? opens ? cannotUse(unknown) : cannotGetValue(unknown)
+                                      : how == kGivesInvalidUtf8 ? connectorFailure("Invalid UTF-8")
+                                      : how == kThrowsException  ? connectorFailure(kWalletText)
+                                                                 : kNumberPassed);
+        }
     }
 }
 

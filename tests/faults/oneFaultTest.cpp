@@ -1,0 +1,174 @@
+// Each call that a whole call makes fails in turn: it is reported or overcome, and nothing is left.
+
+#include <cerrno>
+#include <map>
+#include <ostream>
+
+#include <gtest/gtest.h>
+
+#include "faults/WholeCall.h"
+#include "faults/expectedOutcome.h"
+#include "support/formatMessage.h"
+
+namespace {
+
+// Of calls with the same name, the locking of memory for instance, that many are made to fail.
+constexpr std::uint64_t kMostOfOneName = 4;
+
+struct Group {
+    Scenario scenario;
+    const char* name;
+    std::vector<std::string> functions;  // their calls are made to fail
+};
+
+void PrintTo(const Group& group, std::ostream* stream) {
+    *stream << group.scenario.name << " " << group.name;
+}
+
+class OneFault : public ::testing::TestWithParam<Group> {
+  protected:
+    static bool isOfTheGroup(const std::string& call) {
+        for (const std::string& function : GetParam().functions) {
+            if (call.starts_with(function)) {
+                return true;
+            }
+        }
+        return false;
+    }
+};
+
+// dlclose and freeing the wallet come last, when all is written.
+bool isTheEnd(const std::string& call) {
+    return call.starts_with("dlclose") || call.starts_with("OvWallet_freeV1");
+}
+
+void checkReport(const Scenario& scenario, const CallReport& report, int how,
+                 const CallReport& usual) {
+    ASSERT_EQ(report.failed.size(), 1U) << "what was to fail was not called";
+    const std::string& call = report.failed.front();
+    EXPECT_EQ(report.outcome, outcomeOf(scenario, call, how));
+    EXPECT_EQ(report.everythingWritten, report.outcome.empty() || isTheEnd(call));
+    EXPECT_EQ(report.log, call.starts_with("closedir")
+                              ? "An attempt to close a directory stream failed (errno = " +
+                                    Orvanta_OvWallet::errnoText(how) + ")."
+                              : "");
+    if (!call.starts_with("OvWallet_free")) {
+        EXPECT_EQ(report.allocations, usual.allocations) << "on the heap";
+    }
+}
+
+TEST_P(OneFault, IsReportedOrOvercomeAndLeavesNothing) {
+    const Scenario& scenario = GetParam().scenario;
+    const CallReport usual = callWithFaults(scenario, {});
+    std::map<std::string, std::uint64_t> seen;
+    std::map<std::string, int> injected;
+    for (const std::string& call : usual.calls) {
+        if (!isOfTheGroup(call) || ++seen[call] > kMostOfOneName) {
+            continue;
+        }
+        for (const int how : waysToFail(call)) {
+            const std::vector<Fault> faults{{call, seen[call], how}};
+            SCOPED_TRACE(describe(faults));
+            const CallReport report = callWithFaults(scenario, faults);
+            // How often memory is locked depends on where the heap has it.
+            if (seen[call] > 1 && report.failed.empty()) {
+                continue;
+            }
+            checkReport(scenario, report, how, usual);
+            ++injected[call.substr(0, call.find('('))];
+        }
+    }
+    for (const std::string& function : GetParam().functions) {
+        const auto first = injected.lower_bound(function);
+        EXPECT_TRUE(first != injected.end() && first->first.starts_with(function))
+            << function << " was never called";
+    }
+}
+
+const std::vector<std::string> kJni{"FindClass", "Get", "Call", "New", "SetByteArrayRegion"};
+const std::vector<std::string> kWallet{
+    "OvWalletFactory_generateOvWalletV1", "OvWallet_getStringValue",
+    "OvWallet_getSizeLockedUTF8Vector",   "OvWallet_getPtrLockedUTF8Vector",
+    "OvWallet_freeLockedUTF8Vector",      "OvWallet_freeV1"};
+
+INSTANTIATE_TEST_SUITE_P(
+    Of, OneFault,
+    ::testing::Values(Group{kCommandLink,
+                            "SystemCalls",
+                            {"readlink", "realpath", "symlink", "open", "read", "dlopen", "dlsym",
+                             "dlclose", "mlock", "munlock", "sysconf"}},
+                      Group{kCommandLink, "Jni", kJni}, Group{kCommandLink, "Wallet", kWallet},
+                      Group{kPackages,
+                            "SystemCalls",
+                            {"readlink", "realpath", "symlink", "opendir", "readdir", "closedir",
+                             "stat", "fopen"}},
+                      Group{kSecondCall,
+                            "SystemCalls",
+                            {"readlink", "realpath", "open", "read", "dlopen", "dlclose", "mlock",
+                             "munlock"}},
+                      Group{kSecondCall, "Jni", kJni}, Group{kSecondCall, "Wallet", kWallet},
+                      Group{kLocksRefused,
+                            "SystemCalls",
+                            {"mlock", "munlock", "getrlimit", "setrlimit", "setreuid"}},
+                      Group{kForAnotherUser, "SystemCalls", {"readlink", "realpath", "lstat"}},
+                      Group{kLibraryRefused, "SystemCalls", {"access"}},
+                      Group{kDirectoryLost, "SystemCalls", {"getcwd"}}),
+    [](const auto& test) { return std::string(test.param.scenario.name) + test.param.name; });
+
+// A working directory whose pathname does not fit is asked for again with more room.
+TEST(OneFaultThatIsNone, AWorkingDirectoryThatDoesNotFitIsAskedForAgain) {
+    const CallReport report = callWithFaults(kDirectoryLost, {{"getcwd", 1, ERANGE}});
+    EXPECT_EQ(report.failed, std::vector<std::string>{"getcwd()"});
+    EXPECT_EQ(report.outcome, callWithFaults(kDirectoryLost, {}).outcome);
+}
+
+// ---- Allocations and the lock, in whatever place they are needed.
+
+class EachOfAKind : public ::testing::TestWithParam<Scenario> {
+  protected:
+    // Has the first fail, then the second, and so on, until there are no more.
+    static std::uint64_t failInTurn(const Fault& fault, const auto& check) {
+        for (std::uint64_t nth = 1;; ++nth) {
+            const std::vector<Fault> faults{{fault.call, nth, fault.how}};
+            SCOPED_TRACE(describe(faults));
+            const CallReport report = callWithFaults(GetParam(), faults);
+            if (report.failed.empty()) {
+                return nth - 1;
+            }
+            check(report);
+        }
+    }
+};
+
+TEST_P(EachOfAKind, AllocationIsReportedAndLeavesNothing) {
+    const CallReport usual = callWithFaults(GetParam(), {});
+    const std::set<std::string> expected = outcomesAnywhere("std::bad_alloc");
+    const std::uint64_t count = failInTurn({kAllocation}, [&](const CallReport& report) {
+        EXPECT_TRUE(expected.contains(report.outcome)) << report.outcome;
+        EXPECT_FALSE(report.everythingWritten);
+        EXPECT_EQ(report.allocations, usual.allocations) << "on the heap";
+    });
+    EXPECT_GT(count, 40U);
+}
+
+// A lock that cannot be had is reported, but where something is given back without a report, or
+// where a failure is on its way already. It may come when all is written.
+TEST_P(EachOfAKind, LockIsReportedAndFreeAfterwards) {
+    const std::string usual = callWithFaults(GetParam(), {}).outcome;
+    std::set<std::string> expected =
+        outcomesAnywhere("Cannot lock mutex (errno = Invalid argument).");
+    expected.insert(usual);
+    const std::uint64_t count =
+        failInTurn({"pthread_mutex_lock", 1, EINVAL}, [&](const CallReport& report) {
+            EXPECT_TRUE(expected.contains(report.outcome)) << report.outcome;
+            EXPECT_TRUE(report.everythingWritten || !report.outcome.empty());
+        });
+    EXPECT_GT(count, 8U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Of, EachOfAKind,
+                         ::testing::Values(kCommandLink, kPackages, kForAnotherUser,
+                                           kLibraryRefused, kDirectoryLost),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+}  // namespace
