@@ -10,7 +10,6 @@
 #include "doubles/FailingHeap.h"
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/SystemCalls.h"
-#include "wallet/WalletFunctionPointers.h"
 
 namespace {
 
@@ -98,20 +97,6 @@ void SandboxWallet::throwFromCalls(const std::string& entry, std::uint32_t kind)
     if (throwFrom(entry.c_str(), kind) != 0) {
         throw std::runtime_error("cannot throw from " + entry);
     }
-}
-
-std::string SandboxWallet::held() const {
-    std::string text;
-    for (const char* const name : {"live.wallets", "live.locked_vectors", "live.vectors",
-                                   "live.name_lists", "live.errors", "bad_frees", "bad_uses"}) {
-        if (const std::int64_t count = counter(name); count != 0) {
-            text += name + (" " + std::to_string(count)) + "\n";
-        }
-    }
-    if (!Orvanta_OvWallet::PrivateStuff::walletFunctions().useCount().isZero()) {
-        text += "uses of the library\n";
-    }
-    return text;
 }
 
 void SandboxWallet::redirectInstallation() {

@@ -1,14 +1,11 @@
 #include "secrets/CoreDump.h"
 
-#include <elf.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -39,40 +36,9 @@ bool areWrittenHere() {
     ::_exit(1);
 }
 
-template <typename Record>
-Record recordAt(const std::vector<unsigned char>& file, std::size_t offset) {
-    if (offset + sizeof(Record) > file.size()) {
-        throw std::runtime_error("the core dump is cut off");
-    }
-    Record record;
-    std::memcpy(&record, file.data() + offset, sizeof record);
-    return record;
-}
-
 }  // namespace
 
-CoreDump::CoreDump(const std::string& pathname) : file_(std::filesystem::file_size(pathname)) {
-    std::ifstream stream(pathname, std::ios::binary);
-    stream.read(reinterpret_cast<char*>(file_.data()), static_cast<std::streamsize>(file_.size()));
-    if (!stream) {
-        throw std::runtime_error("the core dump cannot be read");
-    }
-    const auto header = recordAt<Elf64_Ehdr>(file_, 0);
-    for (std::size_t i = 0; i < header.e_phnum; ++i) {
-        const auto segment = recordAt<Elf64_Phdr>(file_, header.e_phoff + i * sizeof(Elf64_Phdr));
-        if (segment.p_type == PT_LOAD && segment.p_filesz > 0) {
-            if (segment.p_offset + segment.p_filesz > file_.size()) {
-                throw std::runtime_error("the core dump is cut off");
-            }
-            segments_.push_back(
-                {segment.p_offset, {segment.p_vaddr, segment.p_vaddr + segment.p_filesz}});
-        }
-    }
-    std::sort(segments_.begin(), segments_.end(),
-              [](const Segment& a, const Segment& b) { return a.offset < b.offset; });
-}
-
-std::optional<CoreDump> CoreDump::take() {
+std::optional<std::string> takeCoreDump() {
     if (!areWrittenHere()) {
         return std::nullopt;
     }
@@ -90,5 +56,10 @@ std::optional<CoreDump> CoreDump::take() {
     if (!WIFSIGNALED(status) || !WCOREDUMP(status) || files == end(files)) {
         return std::nullopt;
     }
-    return CoreDump(files->path());
+    std::string bytes(std::filesystem::file_size(files->path()), '\0');
+    std::ifstream stream(files->path(), std::ios::binary);
+    if (!stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()))) {
+        throw std::runtime_error("the core dump cannot be read");
+    }
+    return bytes;
 }

@@ -6,27 +6,6 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
-#include "doubles/ProcessMemory.h"
-
-class CoreDump {
-  public:
-    struct Segment {
-        std::size_t offset;  // in the file
-        MemoryRange range;   // of addresses; what the file holds of it
-    };
-
-    // Nothing if the kernel writes no file into the current directory.
-    static std::optional<CoreDump> take();
-
-    const std::vector<unsigned char>& file() const { return file_; }
-    // By their offsets; what lies between them are the processor's registers and the like.
-    const std::vector<Segment>& segments() const { return segments_; }
-
-  private:
-    explicit CoreDump(const std::string& pathname);
-
-    std::vector<unsigned char> file_;
-    std::vector<Segment> segments_;
-};
+// The file's bytes; nothing if the kernel writes no file into the current directory.
+std::optional<std::string> takeCoreDump();

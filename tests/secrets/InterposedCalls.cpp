@@ -1,6 +1,5 @@
 #include "secrets/InterposedCalls.h"
 
-#include <dirent.h>
 #include <dlfcn.h>
 #include <errno.h>
 #include <sys/mman.h>
@@ -18,24 +17,16 @@
 namespace {
 
 constexpr const char* kCommand = "/usr/bin/ovwallet";
-constexpr const char* kPackages = "/var/lib/rpm";
 constexpr const char* kOpenWallet = "OvWalletFactory_generateOvWalletV1";
 
 std::string& command() {
     static std::string target;
     return target;
 }
-std::string& packages() {
-    static std::string directory;
-    return directory;
-}
 std::string& logged() {
     static std::string text;
     return text;
 }
-
-const DIR* packageStream = nullptr;
-bool closingFails = false;
 
 using OpenWallet = void*(void**);
 OpenWallet* realOpenWallet = nullptr;
@@ -52,28 +43,10 @@ void logText(const char* format, std::va_list arguments) {
     logged() += text + std::string("\n");
 }
 
-// The C library's own function of that name.
-template <typename Function>
-Function* next(const char* name) {
-    void* const function = ::dlsym(RTLD_NEXT, name);
-    if (function == nullptr) {
-        std::abort();
-    }
-    return reinterpret_cast<Function*>(function);
-}
-
 }  // namespace
 
 void InterposedCalls::setCommand(const std::string& target) {
     command() = target;
-}
-
-void InterposedCalls::setPackages(const std::string& directory) {
-    packages() = directory;
-}
-
-void InterposedCalls::failClosing() {
-    closingFails = true;
 }
 
 __attribute__((noinline)) void InterposedCalls::overwriteUnusedStack() {
@@ -93,38 +66,7 @@ EXPORTED ssize_t readlink(const char* path, char* buffer, std::size_t size) noex
     if (std::strcmp(path, kCommand) != 0) {
         return ::syscall(SYS_readlink, path, buffer, size);
     }
-    if (command().empty()) {
-        errno = ENOENT;
-        return -1;
-    }
     return static_cast<ssize_t>(command().copy(buffer, size));
-}
-
-EXPORTED DIR* opendir(const char* path) {
-    static const auto real = next<DIR*(const char*)>("opendir");
-    if (std::strcmp(path, kPackages) != 0) {
-        return real(path);
-    }
-    DIR* const stream = real(packages().c_str());
-    packageStream = stream;
-    return stream;
-}
-
-EXPORTED std::FILE* fopen(const char* path, const char* mode) {
-    static const auto real = next<std::FILE*(const char*, const char*)>("fopen");
-    const std::size_t length = std::strlen(kPackages);
-    const bool isBelow = std::strncmp(path, kPackages, length) == 0 && path[length] == '/';
-    return real(isBelow ? (packages() + (path + length)).c_str() : path, mode);
-}
-
-EXPORTED int closedir(DIR* stream) {
-    static const auto real = next<int(DIR*)>("closedir");
-    const int result = real(stream);
-    if (stream != packageStream || !closingFails) {
-        return result;
-    }
-    errno = EIO;
-    return -1;
 }
 
 EXPORTED void syslog(int, const char* format, ...) {

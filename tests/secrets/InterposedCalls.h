@@ -5,13 +5,8 @@
 
 namespace InterposedCalls {
 
-// What the machine's command link and its directory of package records are. Without a command
-// there is no link. Nothing else is redirected.
+// Where the machine's command link leads. Nothing else is redirected.
 void setCommand(const std::string& target);
-void setPackages(const std::string& directory);
-
-// From now on closing the directory of package records fails.
-void failClosing();
 
 // Overwrites the stack below the caller. The same happens when the client library has opened a
 // wallet: it reads its file into a buffer there, and what it leaves is its own.

@@ -9,15 +9,10 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
-#include <string_view>
 
 #include "doubles/PrivateModuleDir.h"
-#include "doubles/TemporaryDirectory.h"
-#include "sandbox/OvWalletSandbox.h"
 #include "secrets/HeapRecorder.h"
 #include "secrets/InterposedCalls.h"
 
@@ -31,12 +26,6 @@ constexpr const char* kClientDirectory = "/orvanta/client/14.10/ovwallet/redhatl
 
 using NativeMethod = void(JNIEnv*, jclass, jobject, jstring);
 NativeMethod* nativeMethod = nullptr;
-void* clientLibrary = nullptr;
-
-const TemporaryDirectory& walletDirectory() {
-    static const TemporaryDirectory directory;
-    return directory;
-}
 
 void* open(const std::string& file) {
     void* const handle = ::dlopen(file.c_str(), RTLD_NOW);
@@ -81,23 +70,6 @@ MemoryRange moduleOf(const void* address) {
     return wanted.range;
 }
 
-// A byte other than those that stand for themselves is "%" and two upper-case digits.
-std::string percentEncoded(const std::string& text) {
-    constexpr std::string_view kPlain =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
-    constexpr const char* kDigits = "0123456789ABCDEF";
-    std::string code;
-    for (const char byte : text) {
-        const auto value = static_cast<unsigned char>(byte);
-        if (kPlain.find(byte) != std::string_view::npos) {
-            code += byte;
-        } else {
-            code += {'%', kDigits[value / 16], kDigits[value % 16]};
-        }
-    }
-    return code;
-}
-
 // Starts the program again with all of its functions bound at once. Binding one at its first call
 // saves the processor's registers on the stack, and they hold whatever was copied last.
 __attribute__((constructor)) void bindAtOnce(int, char** arguments, char**) {
@@ -117,9 +89,6 @@ Java_com_orvanta_connector_common_ovwallet_WalletCaller_performSubstitutions(
 }
 
 void LoadedLibrary::start() {
-    ::setenv("OVWALLET_SANDBOX_HOME", walletDirectory().pathname().c_str(), 1);
-    writeFile(walletDirectory() / "strings", "");
-    writeFile(walletDirectory() / "journal", "");
     const std::string base = sandboxBase() + kClientDirectory;
     InterposedCalls::setCommand(base + "ovwallet");
     const std::string file = privateModuleDir() + "libWalletCaller-redhatlinux-x8664.so";
@@ -127,31 +96,8 @@ void LoadedLibrary::start() {
     fs::copy_file(other == nullptr ? WALLETCALLER_LIBRARY : other, file);
     void* const address = find(open(file), kEntryPoint);
     nativeMethod = reinterpret_cast<NativeMethod*>(address);
-    clientLibrary = open(base + "libovwallet.so");
+    void* const clientLibrary = open(base + "libovwallet.so");
     HeapRecorder::start(moduleOf(reinterpret_cast<const void*>(&LoadedLibrary::start)),
                         moduleOf(find(clientLibrary, "OvWalletSandbox_failCall")),
                         moduleOf(address));
-}
-
-void LoadedLibrary::addString(const std::string& name, const std::string& value) {
-    std::ofstream file(walletDirectory() / "strings", std::ios::app);
-    file << name << '\t' << percentEncoded(value) << '\n';
-}
-
-std::vector<std::string> LoadedLibrary::namesAskedFor() {
-    std::vector<std::string> names;
-    std::ifstream file(walletDirectory() / "journal");
-    for (std::string line; std::getline(file, line);) {
-        names.push_back(line.substr(std::strlen("get ")));
-    }
-    return names;
-}
-
-void LoadedLibrary::failCall(const std::string& entryPoint, unsigned long k,
-                             const std::string& text) {
-    const auto fail = reinterpret_cast<decltype(&Orvanta_OvWallet::OvWalletSandbox_failCall)>(
-        find(clientLibrary, "OvWalletSandbox_failCall"));
-    if (fail(entryPoint.c_str(), k, text.c_str()) != 0) {
-        throw std::runtime_error("cannot fail " + entryPoint);
-    }
 }

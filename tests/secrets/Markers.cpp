@@ -65,14 +65,3 @@ const unsigned char* findMarker(Marker marker, const unsigned char* begin,
     }
     return end;
 }
-
-bool containsMarker(const std::string& text) {
-    const auto* const begin = reinterpret_cast<const unsigned char*>(text.data());
-    for (std::size_t marker = 0; marker < kMarkers; ++marker) {
-        if (findMarker(static_cast<Marker>(marker), begin, begin + text.size()) !=
-            begin + text.size()) {
-            return true;
-        }
-    }
-    return false;
-}

@@ -22,5 +22,3 @@ bool isNeedle(Marker marker, const unsigned char* bytes);
 // The first place in [begin, end) where the marker stands, or end.
 const unsigned char* findMarker(Marker marker, const unsigned char* begin,
                                 const unsigned char* end);
-
-bool containsMarker(const std::string& text);

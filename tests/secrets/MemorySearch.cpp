@@ -1,7 +1,7 @@
 #include "secrets/MemorySearch.h"
 
-#include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <thread>
 
@@ -32,61 +32,55 @@ std::string placeOf(std::uint64_t address, const MappedRange& mapped) {
     return "the heap of others";
 }
 
-// Each kind of place in which a marker stands in these bytes, which are those at the address.
-void searchBytes(const unsigned char* begin, const unsigned char* end, std::uint64_t address,
-                 const MappedRange& mapped, std::set<std::string>& places) {
+using Found = std::function<void(Marker marker, const unsigned char* place)>;
+
+void searchBytes(const unsigned char* begin, const unsigned char* end, const Found& found) {
     for (std::size_t i = 0; i < kMarkers; ++i) {
         const auto marker = static_cast<Marker>(i);
         for (const unsigned char* place = begin; (place = findMarker(marker, place, end)) != end;
              ++place) {
-            places.insert(std::string(nameOf(marker)) + " in " +
-                          placeOf(address + static_cast<std::uint64_t>(place - begin), mapped));
+            found(marker, place);
         }
     }
 }
 
-std::set<std::string> searchNow() {
-    std::set<std::string> places;
-    for (const MappedRange& mapped : processMemory()) {
-        // The kernel's own pages cannot be read whole, and nobody writes to them.
-        if (!mapped.isReadable || mapped.name.starts_with("[v")) {
-            continue;
+// In a thread of its own, so that it leaves the stack of the caller as it is.
+void searchEverywhere(const std::function<void(const MappedRange&, Marker, std::uint64_t)>& found) {
+    std::thread search([&] {
+        for (const MappedRange& mapped : processMemory()) {
+            // The kernel's own pages cannot be read whole, and nobody writes to them.
+            if (!mapped.isReadable || mapped.name.starts_with("[v")) {
+                continue;
+            }
+            searchBytes(reinterpret_cast<const unsigned char*>(mapped.range.begin),
+                        reinterpret_cast<const unsigned char*>(mapped.range.end),
+                        [&](Marker marker, const unsigned char* place) {
+                            found(mapped, marker, reinterpret_cast<std::uint64_t>(place));
+                        });
         }
-        searchBytes(reinterpret_cast<const unsigned char*>(mapped.range.begin),
-                    reinterpret_cast<const unsigned char*>(mapped.range.end), mapped.range.begin,
-                    mapped, places);
-    }
-    return places;
+    });
+    search.join();
 }
 
 }  // namespace
 
 std::set<std::string> searchMemory() {
     std::set<std::string> places;
-    std::thread search([&] { places = searchNow(); });
-    search.join();
+    searchEverywhere([&](const MappedRange& mapped, Marker marker, std::uint64_t address) {
+        places.insert(std::string(nameOf(marker)) + " in " + placeOf(address, mapped));
+    });
     return places;
 }
 
-std::set<std::string> searchCoreDump(const CoreDump& dump) {
-    const std::vector<MappedRange> memory = processMemory();
-    const MappedRange none{{0, 0}, "no memory", false, false, 0};
-    const unsigned char* const file = dump.file().data();
-    std::set<std::string> places;
-    std::size_t searched = 0;
-    for (const CoreDump::Segment& segment : dump.segments()) {
-        searchBytes(file + searched, file + segment.offset, 0, none, places);
-        for (const MappedRange& mapped : memory) {
-            const std::uint64_t begin = std::max(segment.range.begin, mapped.range.begin);
-            const std::uint64_t end = std::min(segment.range.end, mapped.range.end);
-            if (begin < end) {
-                const unsigned char* const bytes = file + segment.offset;
-                searchBytes(bytes + (begin - segment.range.begin),
-                            bytes + (end - segment.range.begin), begin, mapped, places);
-            }
-        }
-        searched = segment.offset + (segment.range.end - segment.range.begin);
-    }
-    searchBytes(file + searched, file + dump.file().size(), 0, none, places);
-    return places;
+std::size_t countInMemory() {
+    std::size_t count = 0;
+    searchEverywhere([&](const MappedRange&, Marker, std::uint64_t) { ++count; });
+    return count;
+}
+
+std::size_t countIn(const std::string& text) {
+    std::size_t count = 0;
+    const auto* const begin = reinterpret_cast<const unsigned char*>(text.data());
+    searchBytes(begin, begin + text.size(), [&](Marker, const unsigned char*) { ++count; });
+    return count;
 }

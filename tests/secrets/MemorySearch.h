@@ -1,10 +1,9 @@
-// Looks for the markers in all memory of the process that can be read, and in core dumps of it.
+// Looks for the markers in all memory of the process that can be read.
 #pragma once
 
+#include <cstddef>
 #include <set>
 #include <string>
-
-#include "secrets/CoreDump.h"
 
 // Each kind of place in which a marker stands, as "MARKER in PLACE". Places are
 //   the page pool, locked          a page of the library's pool that the kernel has locked
@@ -17,6 +16,6 @@
 // The search runs in a thread of its own, so that it leaves the stack of the caller as it is.
 std::set<std::string> searchMemory();
 
-// The same for a core dump of the process as it is now, with one more place:
-//   no memory                      the processor's registers, say
-std::set<std::string> searchCoreDump(const CoreDump& dump);
+// How often markers stand in all memory of the process, and how often in a text.
+std::size_t countInMemory();
+std::size_t countIn(const std::string& text);

@@ -1,6 +1,7 @@
 // Where the bytes of user names, passwords, stored values and URLs stand during and after a call of
 // the library, loaded as a JVM loads it.
 
+#include <optional>
 #include <set>
 #include <string>
 
@@ -9,7 +10,8 @@
 
 #include "doubles/ConnectorJob.h"
 #include "doubles/PrivateModuleDir.h"
-#include "doubles/TemporaryDirectory.h"
+#include "doubles/SandboxWallet.h"
+#include "secrets/CoreDump.h"
 #include "secrets/HeapRecorder.h"
 #include "secrets/InterposedCalls.h"
 #include "secrets/LoadedLibrary.h"
@@ -37,8 +39,8 @@ class WhereSecretsGo : public testing::Test {
         job_.properties["InputOrvantaPassword"] = plainText(Marker::password) + "$ovwallet(value)";
     }
 
-    static void addString(const std::string& name, const std::string& value) {
-        LoadedLibrary::addString(name, value);
+    void addString(const std::string& name, const std::string& value) {
+        wallet_.add(name, value);
         InterposedCalls::overwriteUnusedStack();
     }
 
@@ -58,14 +60,15 @@ class WhereSecretsGo : public testing::Test {
     // Fails for a marker in the message, the system log, the names of entries, or ordinary memory
     // that the library uses or has given back.
     void expectNothingLeaked() {
-        EXPECT_FALSE(containsMarker(outcome_)) << outcome_;
-        EXPECT_FALSE(containsMarker(InterposedCalls::systemLog())) << InterposedCalls::systemLog();
-        for (const std::string& name : LoadedLibrary::namesAskedFor()) {
-            EXPECT_FALSE(containsMarker(name)) << name;
+        EXPECT_EQ(countIn(outcome_), 0U) << outcome_;
+        EXPECT_EQ(InterposedCalls::systemLog(), "");
+        for (const std::string& name : wallet_.takeAsked()) {
+            EXPECT_EQ(countIn(name), 0U) << name;
         }
         EXPECT_THAT(HeapRecorder::freedWithMarker().inOrdinaryMemory, Each(0U));
     }
 
+    SandboxWallet wallet_;
     StrictJni jvm_;
     ConnectorJob job_{jvm_};
     std::string outcome_;
@@ -90,27 +93,26 @@ TEST_F(WhereSecretsGo, DuringACallIsLockedPagesTheClientLibraryAndJavaAlone) {
 }
 
 // The pages of the child that is dumped are the ones that are locked here.
-TEST_F(WhereSecretsGo, InACoreDumpIsWhereItIsInMemory) {
-    std::set<std::string> inMemory;
-    std::set<std::string> inDump;
-    bool isWritten = true;
+TEST_F(WhereSecretsGo, InACoreDumpIsWhatIsInMemory) {
+    std::set<std::string> places;
+    std::size_t inMemory = 0;
+    std::optional<std::string> dump;
     job_.onJavaMethod = [&](const std::string& method) {
         if (method == "setInputOrvantaPassword") {
-            inMemory = searchMemory();
-            const std::optional<CoreDump> dump = CoreDump::take();
-            isWritten = dump.has_value();
-            inDump = dump ? searchCoreDump(*dump) : inMemory;
+            places = searchMemory();
+            inMemory = countInMemory();
+            dump = takeCoreDump();
         }
     };
     EXPECT_EQ(call(), "");
-    EXPECT_THAT(inMemory, IsSubsetOf(kAllowed));
-    EXPECT_THAT(inMemory,
+    EXPECT_THAT(places, IsSubsetOf(kAllowed));
+    EXPECT_THAT(places,
                 IsSupersetOf({"URL in the page pool, locked", "password in the page pool, locked",
                               "stored value in the page pool, locked"}));
-    EXPECT_EQ(inDump, inMemory);
-    if (!isWritten) {
+    if (!dump) {
         GTEST_SKIP() << "NOT TESTED HERE: the kernel writes no core dumps; see core(5)";
     }
+    EXPECT_EQ(countIn(*dump), inMemory);
 }
 
 TEST_F(WhereSecretsGo, AfterACallIsJavaAlone) {
@@ -136,7 +138,7 @@ TEST_F(WhereSecretsGo, AnEntryNameIsHeldInOrdinaryMemory) {
     outcome_ = call();
     EXPECT_EQ(outcome_, "");
     EXPECT_THAT(HeapRecorder::freedWithMarker().inOrdinaryMemory, ElementsAre(Gt(0U), 0, 0, 0));
-    EXPECT_THAT(LoadedLibrary::namesAskedFor(), ElementsAre(plainText(Marker::userName)));
+    EXPECT_THAT(wallet_.takeAsked(), ElementsAre(plainText(Marker::userName)));
 }
 
 TEST_F(WhereSecretsGo, AFetchedValueThatNamesAnEntryIsHeldInOrdinaryMemory) {
@@ -183,7 +185,7 @@ TEST_F(FailingCall, ForAMissingEntryKeepsSecretsBack) {
 
 TEST_F(FailingCall, OfTheClientLibraryKeepsSecretsBack) {
     setPassword(plainText(Marker::password) + "$ovwallet(value)$ovwallet(value)");
-    LoadedLibrary::failCall("OvWallet_getStringValue", 2, "busy");
+    wallet_.failCall("OvWallet_getStringValue", 2, "busy");
     expectFailure(kConnectorException +
                   std::string("Attempt to get value from Orvanta Wallet failed because: busy"));
 }
@@ -210,17 +212,6 @@ TEST_F(FailingCall, ForReferencesWithoutEndKeepsSecretsBack) {
 TEST_F(FailingCall, OfASetterKeepsSecretsBack) {
     job_.throwingMethods = {"setInputOrvantaPassword"};
     expectFailure("java/lang/RuntimeException: setInputOrvantaPassword failed");
-}
-
-TEST_F(FailingCall, ToCloseADirectoryLogsNoSecret) {
-    const TemporaryDirectory packages;
-    writeFile(packages / "ovwallet1/inst.dir", sandboxBase());
-    InterposedCalls::setCommand("");
-    InterposedCalls::setPackages(packages.pathname());
-    InterposedCalls::failClosing();
-    expectFailure("");
-    EXPECT_EQ(InterposedCalls::systemLog(),
-              "An attempt to close a directory stream failed (errno = Input/output error).\n");
 }
 
 }  // namespace
