@@ -11,7 +11,6 @@
 // properties, the lock and the next call are looked at then.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -25,7 +24,6 @@ struct CallReport {
     std::string outcome;              // as StrictJni::inNativeFrame returns it
     std::string log;                  // what was sent to the system log
     bool everythingWritten = false;   // all four properties were expanded
-    std::int64_t allocations = 0;     // what the two calls left on the heap
 };
 
 // The outcome when a number that the client library threw came out of the exported function.

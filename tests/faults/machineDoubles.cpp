@@ -1,11 +1,9 @@
 // Each double fails when FaultInjection says so, and otherwise does the real thing on the machine.
 
-#include <dirent.h>
 #include <dlfcn.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <map>
 #include <stdexcept>
