@@ -9,7 +9,6 @@
 #include <sstream>
 #include <utility>
 
-#include "doubles/ChildProcess.h"
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/ProcessMemory.h"
 #include "doubles/SystemCalls.h"
@@ -20,20 +19,9 @@ namespace {
 
 constexpr rlim_t kMostToLock = 8 * 1024 * 1024;
 
-// The addresses are the same in a forked process.
-ProcessLockMutexes findMutexesElsewhere() {
-    const std::string found = inChildProcess([] {
-        const ProcessLockMutexes mutexes = findProcessLockMutexes();
-        return std::string(reinterpret_cast<const char*>(&mutexes), sizeof mutexes);
-    });
-    ProcessLockMutexes mutexes{};
-    found.copy(reinterpret_cast<char*>(&mutexes), sizeof mutexes);
-    return mutexes;
-}
-
 }  // namespace
 
-Machine::Machine() : lock(findMutexesElsewhere()) {
+Machine::Machine() {
     writeFile(tree / "var/lib/rpm/Packages", "");
     writeFile(tree / "var/lib/rpm/ovwallet/inst.dir", "/no/such/directory\n");
     writeFile(tree / "var/lib/rpm/ovwallet1410/inst.dir", sandboxBase() + "\n");

@@ -12,7 +12,6 @@
 #include <ostream>
 #include <string>
 
-#include "doubles/ProcessLockMutexes.h"
 #include "doubles/SandboxWallet.h"
 #include "doubles/TemporaryDirectory.h"
 
@@ -72,7 +71,6 @@ struct Machine {
 
     SandboxWallet wallet;
     TemporaryDirectory tree;
-    ProcessLockMutexes lock;  // found without taking the lock in this process
 
     Scenario scenario = kCommandLink;
     uid_t effectiveUser = 0;  // where the scenario is about users

@@ -7,8 +7,7 @@
 // makes an undisturbed call, and looks again: every property is the old one or the expanded one,
 // and those after an old one are old; no object of the client library is alive, open files, limits,
 // users and locked memory are as before, no memory was leaked; the lock is free. Whatever is not so
-// fails the test. After a failure of the lock what was on its way stays where it is, so only
-// properties, the lock and the next call are looked at then.
+// fails the test.
 #pragma once
 
 #include <string>

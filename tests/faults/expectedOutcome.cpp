@@ -180,9 +180,6 @@ std::string functionOf(const std::string& call) {
 
 std::vector<int> waysToFail(const std::string& call) {
     const std::string function = functionOf(call);
-    if (function == "pthread_mutex_lock") {
-        return {};
-    }
     if (function == "OvWallet_getStringValue" || function == "OvWalletFactory_generateOvWalletV1") {
         return {kReturnsError, kThrowsException, kThrowsNumber, kGivesNothing};
     }

@@ -8,7 +8,7 @@
 #include "faults/FaultInjection.h"
 #include "faults/Machine.h"
 
-// How a call of this name can fail, as Fault::how tells; nothing for what cannot.
+// How a call of this name can fail, as Fault::how tells.
 std::vector<int> waysToFail(const std::string& call);
 
 // What a call ends with of which this call failed that way.

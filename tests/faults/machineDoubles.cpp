@@ -206,14 +206,6 @@ void installUserDoubles() {
 }
 
 void installOtherDoubles(Machine& machine) {
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        const char* const name = mutex == machine.lock.guard  ? "pthread_mutex_lock(guard)"
-                                 : mutex == machine.lock.hold ? "pthread_mutex_lock(hold)"
-                                                              : nullptr;
-        const FailingHeap::Pause pause;
-        const auto error = name == nullptr ? std::nullopt : FaultInjection::take(name);
-        return error ? *error : real::pthread_mutex_lock(mutex);
-    };
     systemCalls().syslog = [&](int, const char* text) {
         const FailingHeap::Pause pause;
         machine.log += text;

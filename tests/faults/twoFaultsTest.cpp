@@ -64,11 +64,6 @@ TEST_P(TwoFaults, TheFirstIsReportedWhenACallOfTheCleanUpFails) {
     }
 }
 
-TEST_P(TwoFaults, OneOfThemIsReportedWhenTheLockFailsOnTheWayOut) {
-    addInTurn({"pthread_mutex_lock", 1, EINVAL},
-              outcomes("Cannot lock mutex (errno = Invalid argument)."));
-}
-
 TEST_P(TwoFaults, OneOfThemIsReportedWhenMemoryRunsOutOnTheWayOut) {
     addInTurn({kAllocation}, outcomes("std::bad_alloc"));
 }
