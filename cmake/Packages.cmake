@@ -72,7 +72,7 @@ install(SCRIPT cmake/package/writeChecksums.cmake COMPONENT Unspecified)
 
 set(client orvanta/client/14.10/ovwallet/redhatlinux-x8664)
 install(PROGRAMS
-    ${OVWALLET_SANDBOX_BASE}/${client}/libovwallet.so
+    ${OVWALLET_SANDBOX_PORTABLE}/${client}/libovwallet.so
     ${OVWALLET_SANDBOX_BASE}/${client}/ovwallet
     ${OVWALLET_SANDBOX_BASE}/${client}/ovwhelper.exe
     DESTINATION ${client} COMPONENT sandbox EXCLUDE_FROM_ALL)
