@@ -93,6 +93,16 @@ std::string inChildProcess(const std::function<std::string()>& body) {
     return text;
 }
 
+std::string outputOf(const std::string& command) {
+    std::FILE* const output = ::popen(command.c_str(), "r");
+    if (output == nullptr) {
+        throw std::runtime_error("cannot run " + command);
+    }
+    const std::string text = readAll(::fileno(output));
+    EXPECT_EQ(::pclose(output), 0) << command;
+    return text;
+}
+
 void expectNoLeaks() {
 #if defined(WALLETCALLER_ADDRESS_SANITIZER)
     EXPECT_EQ(__lsan_do_recoverable_leak_check(), 0) << "memory was leaked";

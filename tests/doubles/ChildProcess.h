@@ -10,5 +10,8 @@
 // is empty then.
 std::string inChildProcess(const std::function<std::string()>& body);
 
+// What a command of the shell prints. Fails the test unless the command succeeds.
+std::string outputOf(const std::string& command);
+
 // Under the address sanitizer, fails the test if memory of this process was leaked.
 void expectNoLeaks();

@@ -1,6 +1,5 @@
 #include "session/helperExecutable.h"
 
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include "doubles/ChildProcess.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
 #include "support/OvWalletException.h"
@@ -244,26 +244,12 @@ class HelperExecutableOfRealUsers : public HelperExecutable {
 
     // What the check says in a child process with these users.
     std::string checkAs(uid_t realUser, uid_t effectiveUser) const {
-        int ends[2];
-        EXPECT_EQ(::pipe(ends), 0);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            std::string text = "the users could not be set";
-            if (::setresuid(realUser, effectiveUser, effectiveUser) == 0) {
-                text = (actsForAnotherUser() ? "for another: " : "for itself: ") + check();
+        return inChildProcess([&]() -> std::string {
+            if (::setresuid(realUser, effectiveUser, effectiveUser) != 0) {
+                return "the users could not be set";
             }
-            const bool written =
-                ::write(ends[1], text.data(), text.size()) == static_cast<ssize_t>(text.size());
-            ::_exit(written ? 0 : 1);
-        }
-        ::close(ends[1]);
-        char buffer[4096];
-        const ssize_t length = ::read(ends[0], buffer, sizeof buffer);
-        ::close(ends[0]);
-        int status = -1;
-        ::waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
-        return length < 0 ? "nothing read" : std::string(buffer, static_cast<std::size_t>(length));
+            return (actsForAnotherUser() ? "for another: " : "for itself: ") + check();
+        });
     }
 };
 

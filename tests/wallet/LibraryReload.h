@@ -4,15 +4,14 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <cstdlib>
 #include <map>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 
 #include <gtest/gtest.h>
 
+#include "doubles/ChildProcess.h"
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/TemporaryDirectory.h"
 #include "wallet/WalletFunctionPointers.h"
@@ -29,19 +28,8 @@ class LibraryReload : public ::testing::Test {
     }
 
     std::string runCommand(const std::string& arguments) {
-        const std::string command = sandboxBase() +
-                                    "/orvanta/client/14.10/ovwallet/redhatlinux-x8664/ovwallet " +
-                                    arguments;
-        std::FILE* const output = ::popen(command.c_str(), "r");
-        if (output == nullptr) {
-            throw std::runtime_error("cannot run " + command);
-        }
-        std::string text;
-        for (int byte = std::fgetc(output); byte != EOF; byte = std::fgetc(output)) {
-            text += static_cast<char>(byte);
-        }
-        EXPECT_EQ(::pclose(output), 0) << command;
-        return text;
+        return outputOf(sandboxBase() +
+                        "/orvanta/client/14.10/ovwallet/redhatlinux-x8664/ovwallet " + arguments);
     }
 
     // The ledger by name.
