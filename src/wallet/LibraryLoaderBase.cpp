@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <unistd.h>
+#include <unwind.h>
 
 #include "session/ModuleLocator.h"
 #include "session/pathnames.h"
@@ -24,10 +25,19 @@ constexpr const char* kCannotUnload = "Cannot unload the \"%s\" library%s";
     throw OvWalletException(message);
 }
 
+// A client library with an unwinder of its own walks our frames, too, and our side of that ends in
+// libgcc_s, which aborts the process there unless its tables are set up. Its own first walk does
+// that; this one takes no step.
+void setUpUnwinder() {
+    ::_Unwind_Backtrace(
+        [](_Unwind_Context* /*frame*/, void* /*unused*/) { return _URC_END_OF_STACK; }, nullptr);
+}
+
 }  // namespace
 
 void openLibrary(std::string& path, void*& handle) {
     path = canonicalPath(clientFile(ModuleLocator(), kClientLibrary)).path;
+    setUpUnwinder();
     handle = ::dlopen(path.c_str(), RTLD_LAZY);
     if (handle == nullptr) {
         throwCannotLoad(path);

@@ -227,6 +227,15 @@ TEST_F(ClientLibrary, MayThrowInAnInstallationThatAlwaysDoes) {
     expectEverythingGivenBack(1);
 }
 
+// Its exception is the first of the process: nobody has set up libgcc_s before.
+TEST_F(ClientLibrary, MayThrowFromACppRunTimeOfItsOwn) {
+    use(sandboxVariant("own-unwinder"));
+    Wallet* const wallet = newWallet();
+    EXPECT_EQ(valueOf(wallet, "name"), "11 the client library threw");
+    OvWallet_freeV1(wallet);
+    expectEverythingGivenBack(1);
+}
+
 class IncompleteClientLibrary
     : public ClientLibrary,
       public testing::WithParamInterface<std::pair<const char*, const char*>> {};
