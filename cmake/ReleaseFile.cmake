@@ -52,12 +52,12 @@ target_compile_options(walletcaller_release_options INTERFACE
 # walletcaller_load_on_older_glibc(TARGET): for a shared library.
 function(walletcaller_load_on_older_glibc target)
     target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/release/oldGlibc.c)
-    set_source_files_properties(${PROJECT_SOURCE_DIR}/cmake/release/oldGlibc.c PROPERTIES
-        COMPILE_OPTIONS -mtls-dialect=gnu2)
     target_link_libraries(${target} PRIVATE
         -Wl,--push-state,--no-as-needed stub_dl stub_pthread -Wl,--pop-state)
     # Not -static-libgcc: with a second unwinder an exception that a client library throws ends the JVM.
     target_link_options(${target} PRIVATE -static-libstdc++ -Wl,--gc-sections -Wl,-z,defs)
+    # The linker leaves a weak reference of libstdc++ open, and who answers it would depend on the JVM.
+    target_link_options(${target} PRIVATE -Wl,--undefined=__cxa_pure_virtual)
     # The stubs lie in the build tree; no trace of it may stay in the file.
     set_target_properties(${target} PROPERTIES SKIP_BUILD_RPATH ON)
 endfunction()

@@ -29,25 +29,3 @@ __attribute__((visibility("hidden"))) int fstat(int fileDescriptor, struct stat*
 
 // glibc 2.32 tells libstdc++ here whether it may save atomic operations. In a JVM it never may.
 __attribute__((visibility("hidden"))) char __libc_single_threaded = 0;
-
-// The exceptions of each thread, as the C++ ABI lays them out. libstdc++'s own copy is reached
-// through a function of the dynamic loader, which would make the loader one more file that ours
-// asks for. This one is reached through a descriptor (-mtls-dialect=gnu2), which also keeps the
-// file loadable any number of times: the room for the faster models runs out after a hundred
-// copies.
-struct ThreadExceptions {
-    void* caught;
-    unsigned int uncaught;
-};
-static _Thread_local struct ThreadExceptions threadExceptions;
-
-void* __cxa_get_globals(void);
-void* __cxa_get_globals_fast(void);
-
-__attribute__((visibility("hidden"))) void* __cxa_get_globals(void) {
-    return &threadExceptions;
-}
-
-__attribute__((visibility("hidden"))) void* __cxa_get_globals_fast(void) {
-    return &threadExceptions;
-}

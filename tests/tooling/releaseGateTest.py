@@ -145,6 +145,12 @@ def symbol_that_nobody_has(b):
     b.build("void nobody(void); __attribute__((used)) static void use(void) { nobody(); }")
 
 
+@case("weak symbols")
+def weak_symbol_of_another_library(b):
+    b.build("void __attribute__((weak)) other(void);"
+            "__attribute__((used)) static void use(void) { if (other) other(); }")
+
+
 @case("needed libraries")
 def one_more_library(b):
     b.build(linking=["-Wl,--no-as-needed", b.stub("libother.so.1", "OTHER_1", "other")])
@@ -211,6 +217,12 @@ def no_dlopen(b):
 def initial_exec_variable(b):
     b.build("static __thread int own; __attribute__((used)) static int* use(void) { return &own; }",
             compiling=["-ftls-model=initial-exec"])
+
+
+@case("TLS descriptors")
+def variable_with_a_descriptor(b):
+    b.build("static __thread int own; __attribute__((used)) static int* use(void) { return &own; }",
+            compiling=["-mtls-dialect=gnu2"])
 
 
 @case("stack protector")
