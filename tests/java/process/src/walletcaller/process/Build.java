@@ -19,6 +19,9 @@ final class Build {
     /** The library that makes a process end slowly. */
     static final Path LINGER = property("linger");
 
+    /** A library that needs room in the static thread storage. */
+    static final Path INITIAL_EXEC = property("initialExec");
+
     /** The stand-in client library's installation base. */
     static final Path BASE = property("sandbox").resolve("base");
 

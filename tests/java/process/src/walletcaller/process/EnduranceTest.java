@@ -48,6 +48,13 @@ class EnduranceTest extends ProcessTest {
         assertEquals(12000, scene.wallet().calls("OvWallet_getStringValue"));
     }
 
+    /** Each class loader that loads the library has a copy of it. */
+    @Test
+    void copiesTakeNoRoomFromOtherLibraries() {
+        assertEquals(List.of("300 copies"), scene.run(0, List.of("-Xmx128m"), "ManyCopies", "300",
+                Build.INITIAL_EXEC.toString()));
+    }
+
     /** It fails now and then in every way: what it holds stays what it was. */
     @Test
     void manyCallsWithFailuresKeepNothing() {
