@@ -56,8 +56,6 @@ function(walletcaller_load_on_older_glibc target)
         -Wl,--push-state,--no-as-needed stub_dl stub_pthread -Wl,--pop-state)
     # Not -static-libgcc: with a second unwinder an exception that a client library throws ends the JVM.
     target_link_options(${target} PRIVATE -static-libstdc++ -Wl,--gc-sections -Wl,-z,defs)
-    # The linker leaves a weak reference of libstdc++ open, and who answers it would depend on the JVM.
-    target_link_options(${target} PRIVATE -Wl,--undefined=__cxa_pure_virtual)
     # The stubs lie in the build tree; no trace of it may stay in the file.
     set_target_properties(${target} PROPERTIES SKIP_BUILD_RPATH ON)
 endfunction()
