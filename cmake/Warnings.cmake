@@ -8,6 +8,11 @@ target_compile_options(walletcaller_options INTERFACE
     $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Woverloaded-virtual -Wold-style-cast -Wextra-semi>
     $<$<AND:$<COMPILE_LANGUAGE:CXX>,$<CXX_COMPILER_ID:GNU>>:-Wduplicated-cond -Wduplicated-branches -Wlogical-op -Wuseless-cast>)
 
+# Until GCC 13 this one takes "a" + std::string() for memory that overlaps.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+    target_compile_options(walletcaller_options INTERFACE -Wno-restrict)
+endif()
+
 set(WALLETCALLER_SANITIZERS "" CACHE STRING "Sanitizers to build with: address,undefined or thread")
 if(WALLETCALLER_SANITIZERS)
     target_compile_options(walletcaller_options INTERFACE
