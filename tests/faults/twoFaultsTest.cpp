@@ -79,8 +79,7 @@ INSTANTIATE_TEST_SUITE_P(
         FirstFault{"AnExceptionOfOpening",
                    kSecondCall,
                    {"OvWalletFactory_generateOvWalletV1", 1, kThrowsException},
-                   {"dlclose"}},
-        FirstFault{"OpeningTheLibrary", kCommandLink, {"dlopen"}, {}}),
+                   {"dlclose"}}),
     [](const auto& test) { return std::string(test.param.name); });
 
 INSTANTIATE_TEST_SUITE_P(
