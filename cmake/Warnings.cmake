@@ -1,4 +1,4 @@
-# Warnings, sanitizers and coverage that every target of ours is compiled with: link walletcaller_options privately.
+# Warnings and sanitizers that every target of ours is compiled with: link walletcaller_options privately.
 add_library(walletcaller_options INTERFACE)
 target_compile_features(walletcaller_options INTERFACE cxx_std_20)
 target_compile_options(walletcaller_options INTERFACE
@@ -18,12 +18,6 @@ if(WALLETCALLER_SANITIZERS)
     target_compile_options(walletcaller_options INTERFACE
         -fsanitize=${WALLETCALLER_SANITIZERS} -fno-sanitize-recover=all -fno-omit-frame-pointer)
     target_link_options(walletcaller_options INTERFACE -fsanitize=${WALLETCALLER_SANITIZERS})
-endif()
-
-option(WALLETCALLER_COVERAGE "Record line and branch coverage" OFF)
-if(WALLETCALLER_COVERAGE)
-    target_compile_options(walletcaller_options INTERFACE --coverage -fprofile-update=atomic)
-    target_link_options(walletcaller_options INTERFACE --coverage)
 endif()
 
 if(WALLETCALLER_FUZZ)

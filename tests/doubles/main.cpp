@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include "doubles/SystemCalls.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -51,5 +53,8 @@ int main(int argc, char** argv) {
         return runPrivately(program, argv);
     }
     ::testing::InitGoogleTest(&argc, argv);
-    return RUN_ALL_TESTS();
+    const int status = RUN_ALL_TESTS();
+    // What runs after the tests, such as the writing of coverage, is no test's call.
+    systemCalls() = {};
+    return status;
 }
