@@ -57,9 +57,10 @@ std::uint64_t numberFrom(const std::string& text) {
 }
 
 ThrowKind throwKindFrom(const std::string& text) {
-    return text == "std"     ? ThrowKind::standardException
-           : text == "other" ? ThrowKind::otherType
-                             : ThrowKind::nothing;
+    if (text == "std") {
+        return ThrowKind::standardException;
+    }
+    return text == "other" ? ThrowKind::otherType : ThrowKind::nothing;
 }
 
 EntryPoint entryPointFrom(const std::string& name) {
@@ -83,12 +84,14 @@ MappedLedger openLedger() {
     return std::move(*ledger);
 }
 
+std::string askedValue() {
+    return ::isatty(STDIN_FILENO) != 0 ? askedTwice() : wholeStandardInput();
+}
+
 }  // namespace
 
 void addString(const Arguments& arguments) {
-    const std::string value = arguments.value               ? *arguments.value
-                              : ::isatty(STDIN_FILENO) != 0 ? askedTwice()
-                                                            : wholeStandardInput();
+    const std::string value = arguments.value ? *arguments.value : askedValue();
     changeStrings(directoryFromEnvironment(),
                   [&](Strings& strings) { putString(strings, arguments.name, value); });
 }
