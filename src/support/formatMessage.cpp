@@ -60,10 +60,11 @@ class Arguments {
             case 'X':
                 return upperCaseHexadecimal(va_arg(list_, unsigned));
             case 'l':
-                if (letter != textEnd && *letter++ == 'd') {
-                    return std::to_string(va_arg(list_, long));
+                if (letter == textEnd || *letter != 'd') {
+                    return std::nullopt;
                 }
-                return std::nullopt;
+                ++letter;
+                return std::to_string(va_arg(list_, long));
             default:
                 return std::nullopt;
         }
