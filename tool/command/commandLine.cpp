@@ -73,7 +73,7 @@ void addDoctor(CLI::App& parser, DoctorOptions& options) {
         ->excludes(directory);
     command->add_option("--library", options.library, "the library's file, if not the one beside")
         ->type_name("FILE");
-    command->add_option("--pid", options.process, "take user, limits, rights of that process")
+    command->add_option("--pid", options.process, "tell limits and rights of that process")
         ->type_name("PID")
         ->check(between(1, kLargestProcess));
     command->add_option("--timeout", options.timeoutSeconds, "for the wallet's own code (10)")

@@ -18,13 +18,18 @@ std::optional<std::string> foreseeClientDirectory(const Subject& subject, Report
     return std::nullopt;
 }
 
-Report foresee(const Subject& subject, Depth depth, int timeoutSeconds) {
+Report foresee(const Subject& subject, Depth depth, int timeoutSeconds,
+               std::optional<int> process) {
     Report report;
     addLoadStep(subject, report);
     if (const auto clientDir = foreseeClientDirectory(subject, report)) {
         addLibrarySteps(*clientDir, depth, timeoutSeconds, report);
     }
-    addMemoryStep(depth, timeoutSeconds, report);
+    if (process) {
+        addProcessStep(*process, report);
+    } else {
+        addMemoryStep(depth, timeoutSeconds, report);
+    }
     addTextsStep(report);
     return report;
 }

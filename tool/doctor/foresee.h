@@ -14,6 +14,8 @@ namespace Orvanta_OvWallet::Tool {
 // why.
 std::optional<std::string> foreseeClientDirectory(const Subject& subject, Report& report);
 
-Report foresee(const Subject& subject, Depth depth, int timeoutSeconds);
+// process is the one whose limits and rights are told, if not this one.
+Report foresee(const Subject& subject, Depth depth, int timeoutSeconds,
+               std::optional<int> process = std::nullopt);
 
 }  // namespace Orvanta_OvWallet::Tool

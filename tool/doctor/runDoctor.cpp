@@ -57,12 +57,13 @@ bool agree(const Verdict& left, const Verdict& right) {
 
 // Makes a private directory of its own, tells what a job meets with it, and then has the library
 // show it. A verdict on another directory that was asked for stays the one that is told.
-void rehearseTo(const Subject& subject, int timeoutSeconds, Report& report, bool& differs) {
+void rehearseTo(const Subject& subject, int timeoutSeconds, std::optional<int> process,
+                Report& report, bool& differs) {
     catchSignals();
     try {
         const PrivateDirectory directory(subject.temporaryDirectory, subject.library);
         const Subject rehearsed{directory.name(), subject.temporaryDirectory, directory.library()};
-        Report foreseen = foresee(rehearsed, Depth::kOpen, timeoutSeconds);
+        Report foreseen = foresee(rehearsed, Depth::kOpen, timeoutSeconds, process);
         std::optional<Verdict> rehearsal;
         // The library would prove by never returning that it hangs.
         if (foreseen.verdict.outcome != Outcome::kHangs) {
@@ -104,10 +105,10 @@ int runDoctor(const DoctorOptions& options) {
     Report report;
     bool differs = false;
     if (options.depth != Depth::kCall || options.directory) {
-        report = foresee(subject, options.depth, options.timeoutSeconds);
+        report = foresee(subject, options.depth, options.timeoutSeconds, options.process);
     }
     if (options.depth == Depth::kCall) {
-        rehearseTo(subject, options.timeoutSeconds, report, differs);
+        rehearseTo(subject, options.timeoutSeconds, options.process, report, differs);
     }
     circumstances.exitStatus = differs ? kDefect : statusOf(report, options.strict);
     if (options.json) {

@@ -128,6 +128,12 @@ std::optional<std::string> addSoftwareStep(Report& report) {
         } else {
             step.found.push_back("base directory " + printable(base));
         }
+        if (!base.starts_with('/')) {
+            step.state = State::kWarning;
+            step.found.push_back(
+                "which is relative: it counts for a job with this working "
+                "directory only");
+        }
         report.add(std::move(step));
         return base;
     } catch (const std::exception& failure) {

@@ -7,9 +7,13 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <clocale>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
 
 #include "securemem/memoryLocking.h"
 #include "support/formatMessage.h"
@@ -62,6 +66,23 @@ std::string howMuchIsLocked(bool anything, rlim_t hardLimit, const std::string& 
     return "up to " + limitText(hardLimit) + " of text is locked";
 }
 
+std::string memoryText(bool anything, rlim_t hardLimit, const std::string& pagesTried) {
+    return "limit " + limitText(hardLimit) +
+           (anything ? ", CAP_IPC_LOCK: " : ", no CAP_IPC_LOCK: ") +
+           howMuchIsLocked(anything, hardLimit, pagesTried);
+}
+
+// What follows the name and blanks in a line of a file of the kernel; empty without such a line.
+std::string valueIn(const std::string& pathname, const std::string& name) {
+    std::ifstream file(pathname);
+    for (std::string line; std::getline(file, line);) {
+        if (line.starts_with(name)) {
+            return line.substr(std::min(line.find_first_not_of(" \t", name.size()), line.size()));
+        }
+    }
+    return {};
+}
+
 }  // namespace
 
 void addMemoryStep(Depth depth, int timeoutSeconds, Report& report) {
@@ -80,11 +101,37 @@ void addMemoryStep(Depth depth, int timeoutSeconds, Report& report) {
         }
         pages = child.values.at("pages");
     }
-    Step step{"memory", pages == "0" ? State::kWarning : State::kOk, {}};
-    step.found.push_back("limit " + limitText(limits.rlim_max) +
-                         (anything ? ", CAP_IPC_LOCK: " : ", no CAP_IPC_LOCK: ") +
-                         howMuchIsLocked(anything, limits.rlim_max, pages));
-    report.add(std::move(step));
+    report.add({"memory",
+                pages == "0" ? State::kWarning : State::kOk,
+                {memoryText(anything, limits.rlim_max, pages)}});
+}
+
+void addProcessStep(int process, Report& report) {
+    const std::string directory = "/proc/" + std::to_string(process);
+    const std::string user = valueIn(directory + "/status", "Uid:");
+    const std::string rights = valueIn(directory + "/status", "CapEff:");
+    const std::string limits = valueIn(directory + "/limits", "Max locked memory");
+    if (user.empty() || rights.empty() || limits.empty()) {
+        report.add({"memory", State::kUnknown, {directory + " cannot be read"}});
+        return;
+    }
+    constexpr int kHexadecimal = 16;
+    const bool anything =
+        (std::strtoull(rights.c_str(), nullptr, kHexadecimal) >> CAP_IPC_LOCK & 1U) != 0;
+    // "SOFT HARD UNIT", where each may be a word.
+    std::istringstream words(limits);
+    std::string soft;
+    std::string hard;
+    words >> soft >> hard;
+    const rlim_t limit =
+        hard == "unlimited" ? RLIM_INFINITY : std::strtoull(hard.c_str(), nullptr, 0);
+    const bool none = !anything && limit < static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
+    report.add({"memory",
+                none ? State::kWarning : State::kOk,
+                {"process " + std::to_string(process) + " of the user with the id " +
+                     user.substr(0, user.find_first_of(" \t")),
+                 memoryText(anything, limit, none ? "0" : "1"),
+                 "locked now: " + valueIn(directory + "/status", "VmLck:")}});
 }
 
 void addTextsStep(Report& report) {
