@@ -7,9 +7,6 @@
 namespace Orvanta_OvWallet::Tool {
 namespace {
 
-// What begins a line of an entry that is not a part of the explanation.
-constexpr std::string_view kOtherLines[] = {"In a log: ", "Foreseen by: ", "Test: "};
-
 constexpr std::string_view kConnectorException =
     "com.orvanta.connector.common.exception.ConnectorException: ";
 constexpr std::string_view kFailedBecause = " failed because: ";
@@ -90,12 +87,6 @@ std::string_view takeLine(std::string_view& page) {
 }
 
 void addToExplanation(std::string& explanation, std::string_view line) {
-    const bool other =
-        std::any_of(std::begin(kOtherLines), std::end(kOtherLines),
-                    [line](std::string_view begin) { return line.starts_with(begin); });
-    if (other) {
-        return;
-    }
     if (line.empty()) {
         if (!explanation.empty() && explanation.back() != '\n') {
             explanation += "\n\n";

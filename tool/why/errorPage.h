@@ -1,4 +1,5 @@
-// The text of docs/errors.md, built in by tool/CMakeLists.txt.
+// The text of docs/errors.md without what is for readers of the page only; made by
+// tool/CMakeLists.txt.
 #pragma once
 
 #include <string_view>
