@@ -24,7 +24,7 @@ final class NodeServer {
         BufferedReader lines = new BufferedReader(
                 new InputStreamReader(System.in, StandardCharsets.US_ASCII));
         for (String line = lines.readLine(); line != null; line = lines.readLine()) {
-            String[] words = Arrays.stream(line.split(" "))
+            String[] words = Arrays.stream(line.split(" ", -1))
                     .map(word -> new String(Base64.getDecoder().decode(word), StandardCharsets.UTF_8))
                     .toArray(String[]::new);
             System.out.println("= " + setUp(classPath, words[0], words[1]));

@@ -70,13 +70,13 @@ class Node:
         shutil.copy(LIBRARY, directory)
         return directory
 
-    def start(self, *arguments, before=(), environment=None, **options):
-        return subprocess.Popen([*before, COMMAND, *arguments],
+    def start(self, *arguments, before=(), environment=None, cwd=None, **options):
+        return subprocess.Popen([*before, COMMAND, *arguments], cwd=cwd or self.root,
                                 env={**self.environment, **(environment or {})}, **options)
 
-    def run(self, *arguments, text=None, before=(), environment=None):
-        process = self.start(*arguments, before=before, environment=environment, stdin=subprocess.PIPE,
-                             stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+    def run(self, *arguments, text=None, before=(), environment=None, cwd=None):
+        process = self.start(*arguments, before=before, environment=environment, cwd=cwd,
+                             stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         data = text if isinstance(text, bytes) else (text or "").encode()
         out, err = process.communicate(data, timeout=HUNG_AFTER_SECONDS)
         return Result(process.returncode, out.decode(errors="backslashreplace"),

@@ -31,21 +31,30 @@ class Jobs:
     """A JVM that sets up jobs."""
 
     def __init__(self, node):
+        self.node = node
+        self.start()
+
+    def start(self):
         source = os.path.join(nodes.TOP, "tests", "tool", "NodeServer.java")
         java = os.path.join(os.environ["JAVA_HOME"], "bin", "java") if "JAVA_HOME" in os.environ else "java"
         self.process = subprocess.Popen(
-            [*as_user, java, "-Xmx256m", "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", source,
+            [*as_user, java, "-Xmx256m", "-XX:-CreateCoredumpOnCrash", "-XX:ErrorFile=/dev/null",
+             "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", source,
              CLASSES + "/java-connector/", CLASSES + "/java-hadoop-types/"],
-            env=node.environment, cwd="/", stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+            env=self.node.environment, cwd=self.node.path("tmp"), stdin=subprocess.PIPE,
+            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
 
     def set_up(self, library_directory, directory):
+        """Class and message of what a job is told, "" if it is told nothing; None if the JVM ended."""
         self.process.stdin.write(f"{encoded(library_directory)} {encoded(directory)}\n")
         self.process.stdin.flush()
         for line in self.process.stdout:
             if line.startswith("= "):
                 words = line[2:].split()
                 return (words[0], base64.b64decode(words[1]).decode()) if len(words) > 1 else ("", "")
-        raise AssertionError("the JVM is gone")
+        self.end()
+        self.start()
+        return None
 
     def end(self):
         self.process.stdin.close()
@@ -217,7 +226,7 @@ class RandomNode:
                 self.directory = self.library_directory
             case 1:
                 self.directory = self.dice.choice([
-                    os.path.join(self.ground, "missing/"), LIBRARY + "/", "/proc/1/", "/", "",
+                    os.path.join(self.ground, "missing/"), LIBRARY + "/", "/", "",
                     self.library_directory + "/" + "x" * 300 + "/", self.library_directory + "//",
                     self.library_directory + "/../" + os.path.basename(self.library_directory) + "/"])
             case 2:
@@ -247,9 +256,10 @@ class NodesTest(unittest.TestCase):
             rehearse = number % REHEARSE_EVERY == 0
             report = node.doctor(
                 "--depth=call" if rehearse else "--depth=load", "--dir", broken.directory, "--library",
-                os.path.join(broken.library_directory, LIBRARY_NAME), before=as_user)
+                os.path.join(broken.library_directory, LIBRARY_NAME), before=as_user,
+                cwd=node.path("tmp"))
             verdict = report["verdict"]
-            foreseen = (verdict["class"] or "", verdict["message"] or "")
+            foreseen = (verdict["class"] or "", verdict["message"] or "") if verdict["outcome"] != "ends" else None
             outcomes[verdict["catalogue"] or verdict["outcome"]] = 1 + outcomes.get(
                 verdict["catalogue"] or verdict["outcome"], 0)
             # A job of this node would keep the JVM for ever.
