@@ -206,17 +206,15 @@ class MemoryTest(NodeTest):
                                   stdout=subprocess.PIPE)
         process.stdin.write(b"x" * 100)
         process.stdin.flush()
-        status = ""
 
-        def locked():
-            nonlocal status
-            with open(f"/proc/{process.pid}/status", encoding="ascii") as file:
-                status = file.read()
+        def waits():
             with open(f"/proc/{process.pid}/wchan", encoding="ascii") as file:
                 return "pipe" in file.read()
         end = time.monotonic() + nodes.HUNG_AFTER_SECONDS
-        while not locked() and time.monotonic() < end:
+        while not waits() and time.monotonic() < end:
             pass
+        with open(f"/proc/{process.pid}/status", encoding="ascii") as file:
+            status = file.read()
         process.communicate()
         return int(re.search(r"VmLck:\s+(\d+) kB", status)[1])
 
