@@ -1,5 +1,5 @@
-/* A client library that asks on the terminal as soon as it is loaded, and on standard input. Each byte that
- * it is given makes the file $PROMPTING_MARKER longer. */
+/* A client library that asks on the terminal as soon as it is loaded, and on standard input. Each
+ * byte that it is given makes the file $PROMPTING_MARKER longer. */
 #include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
