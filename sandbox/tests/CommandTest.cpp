@@ -96,7 +96,7 @@ TEST_F(CommandTest, VersionNamesTheProjectThatItBelongsTo) {
                      "\n"));
 }
 
-TEST_F(CommandTest, NamesAndValuesThatBeginWithAHyphenStandBehindTwo) {
+TEST_F(CommandTest, NamesAndValuesThatBeginWithAHyphenStandAfterTwo) {
     EXPECT_EQ(run({"add", "--", "--help", "-v"}), kDone);
     EXPECT_EQ(run({"add", "plain", "--", "--"}), kDone);
     EXPECT_EQ(run({"list"}), output("--help\nplain\n"));

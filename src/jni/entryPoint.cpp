@@ -16,8 +16,8 @@ using namespace Orvanta_OvWallet;
 // Every failure is reported as a Java exception left pending: the one that a Java call left, or a
 // ConnectorException with the message. A failure of the input side leaves the output side alone.
 //
-// Deliberate: an exception that is neither of the two passes through, and ends the
-// process, as nothing in a JVM catches it. Nothing here throws one; a client library could.
+// Deliberate: an exception that is neither of the two passes through, and ends the process, as
+// nothing in a JVM catches it. Nothing here throws one; a client library could.
 extern "C" JNIEXPORT void JNICALL
 Java_com_orvanta_connector_common_ovwallet_WalletCaller_performSubstitutions(
     JNIEnv* env, jclass, jobject jobContext, jstring privateTempDir) {

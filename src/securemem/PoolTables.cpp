@@ -84,6 +84,7 @@ std::uint64_t PoolTables::carveFromEnd(SizeTable::iterator entry, std::uint64_t 
 }
 
 std::uint64_t PoolTables::allocateRegion(std::uint64_t size) {
+    // All that may fail comes before the pages are locked; no table has changed then.
     const std::uint64_t total = heapSize(size);
     makeSpareEntries(freeAddresses_.size() + 1, usedBlocks_ + 1);
     HeapMemory raw(::operator new(total));

@@ -1,7 +1,7 @@
 // The tables of LockedPagePool and the operations on them, without the lock.
 //
-// LockedPagePool.h says how the pool works. Whoever calls holds ProcessLock or owns the only
-// reference to the object. Addresses and sizes are unsigned 64-bit numbers, ranges half-open.
+// LockedPagePool.h says how the pool works. Callers hold ProcessLock, unless no other thread knows
+// the object. Addresses and sizes are unsigned 64-bit numbers, ranges half-open.
 #pragma once
 
 #include <cstdint>

@@ -96,6 +96,7 @@ bool tryAsRoot(const void* begin, std::size_t size, const std::optional<rlimit>&
 
 std::int32_t systemPageSize() {
     if (!pageSizeKnown) {
+        // A system without an answer returns -1, too, and leaves errno alone.
         const int errnumBefore = errno;
         pageSize = static_cast<std::int32_t>(::sysconf(_SC_PAGESIZE));
         const int errnum = errno;

@@ -61,7 +61,8 @@ class DirectoryStream {
 }  // namespace
 
 void DirectoryScanner(std::set<std::string>& names, const std::string& directory) {
-    // Opened before anything else, so that names is untouched when that fails.
+    // Opened before anything else, so that names is untouched when that fails. Closed last, without
+    // the lock.
     DirectoryStream stream(directory);
     try {
         const ProcessLockGuard lock;

@@ -18,8 +18,8 @@ inline constexpr const char* kHelperExecutable = "ovwhelper.exe";
 // The pathname of one of the files of our version and platform below a client directory.
 std::string clientFile(const std::string& clientDir, const std::string& name);
 
-// Throws NotInstalledException, a file of our version is not there, or what formatMessage throws
-// when the pathname is not UTF-8.
+// Throws NotInstalledException, which says that the file with this pathname is not there, or what
+// formatMessage throws when the pathname is not UTF-8.
 [[noreturn]] void throwNotInstalled(const std::string& pathname);
 
 }  // namespace Orvanta_OvWallet

@@ -28,9 +28,9 @@ inline constexpr const char* kCannotGetValue =
 //   Attempt to get value from Orvanta Wallet failed because: TEXT
 //   Unsupported replacement macro, "$(...)", found in credential information.
 //   Orvanta Wallet references in credential information lead back to themselves.
-// what the client library throws when it is asked for a value's bytes or is to free them, with its
-// own message alone, and what the text's insert throws. The text is then of no use; every fetched
-// value is freed.
+// and with the client library's own message when it throws on being asked for a value's bytes. What
+// freeing a value throws (see WalletApi.h) and what the text's insert throws leaves as it is. The
+// text is then of no use. Every fetched value has been freed, unless freeing it was what failed.
 void expandReferences(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url);
 
 }  // namespace Orvanta_OvWallet

@@ -82,8 +82,9 @@ std::optional<std::size_t> findKeyword(std::span<const std::uint8_t> text, std::
     return from + static_cast<std::size_t>(found - rest.begin());
 }
 
-// The walk that finds the end also adds up the size, so that whoever bounds the work can do so
-// before there is memory for a long name, and so that no name is made that is never closed.
+// The name is only walked here: where it ends is not known before, and nothing is copied of one
+// that is never closed. Its size is added up on the way, so that callers can refuse a long name
+// before there is memory for it.
 WalletReference readReference(std::span<const std::uint8_t> text, std::size_t keyword,
                               const JdbcUrlParts& url) {
     const std::size_t keywordEnd = keyword + kKeyword.size();

@@ -41,9 +41,11 @@ struct WalletReference {
     ReferenceKind kind;
     std::size_t begin;  // [begin, end) is what a value replaces
     std::size_t end;
-    std::span<const std::uint8_t>
-        name;                     // as written, with the ")" that ends it; empty unless named
-    std::uint64_t entryNameSize;  // of the entry name that it makes; 0 unless named
+
+    // Of a named one: the name as written, with the ")" that ends it, and the size of the entry
+    // name that it makes. Empty and 0 otherwise.
+    std::span<const std::uint8_t> name;
+    std::uint64_t entryNameSize;
 };
 
 // Offset of the first keyword at or after from, or nothing.

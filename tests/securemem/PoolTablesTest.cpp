@@ -147,7 +147,7 @@ TEST_F(SmallBlocks, ABlockWithoutFreeNeighboursIsListedAlone) {
     EXPECT_EQ(freeBlocks(), "32@96");
 }
 
-TEST_F(SmallBlocks, ABlockMergesWithTheFreeOneBehindIt) {
+TEST_F(SmallBlocks, ABlockMergesWithTheFreeOneAfterIt) {
     release(96, 32);
     release(80, 16);
     EXPECT_EQ(freeBlocks(), "48@80");
@@ -265,7 +265,7 @@ TEST_F(NeighbouringRegions, AFreeBlockBeforeABlockOfAnotherRegionIsNotMergedWith
     EXPECT_EQ(freeBlocks(), "16@8176, 8176@8192");
 }
 
-TEST_F(NeighbouringRegions, AFreeBlockBehindABlockOfAnotherRegionIsNotMergedWithIt) {
+TEST_F(NeighbouringRegions, AFreeBlockAfterABlockOfAnotherRegionIsNotMergedWithIt) {
     EXPECT_EQ(allocate(4112), 16368U);
     release(8192, 8176);
     release(8176, 16);

@@ -39,7 +39,7 @@ TEST_F(ZeroBytes, LieAtTheEndOfAFreeBlockWhichStaysAsItIs) {
 class ZeroBytesAmongSmallBlocks : public SmallBlocks {};
 class ZeroBytesAmongNeighbouringRegions : public NeighbouringRegions {};
 
-TEST_F(ZeroBytesAmongSmallBlocks, PutTheFreeBlockBehindOthersOfItsSize) {
+TEST_F(ZeroBytesAmongSmallBlocks, PutTheFreeBlockAfterOthersOfItsSize) {
     release(128, 16);
     release(0, 16);
     EXPECT_EQ(freeBlocks(), "16@128, 16@0");

@@ -152,7 +152,7 @@ TEST_F(SecureByteVectorTest, ErasingAllKeepsTheStorageAndTheOldBytes) {
     EXPECT_EQ(std::memcmp(storage, "abcdefgh", 8), 0);
 }
 
-TEST_F(SecureByteVectorTest, ErasingLeavesTheBytesBehindTheNewEnd) {
+TEST_F(SecureByteVectorTest, ErasingLeavesTheBytesAfterTheNewEnd) {
     const auto vector = vectorOf("abcdefgh");
     vector->erase(vector->begin(), vector->begin() + 3);
     EXPECT_EQ(std::memcmp(vector->begin(), "defghfgh", 8), 0);

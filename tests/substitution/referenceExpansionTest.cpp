@@ -100,7 +100,7 @@ TEST_F(ReferenceExpansion, SeveralReferencesAreReplacedFromLeftToRight) {
 
 // ---- Values that are expanded in turn.
 
-TEST_F(ReferenceExpansion, TheScanGoesOnBehindAValueAndOnlyThenStartsAgain) {
+TEST_F(ReferenceExpansion, TheScanGoesOnAfterAValueAndOnlyThenStartsAgain) {
     sandbox_.add("a", "$ovwallet(c)");
     sandbox_.add("b", "$ovwallet(d)");
     sandbox_.add("c", "C$ovwallet(e)");
