@@ -24,13 +24,11 @@ namespace Orvanta_OvWallet {
 inline constexpr const char* kCannotGetValue =
     "Attempt to get value from Orvanta Wallet failed because: %s";
 
-// Throws OvWalletException:
-//   Attempt to get value from Orvanta Wallet failed because: TEXT
-//   Unsupported replacement macro, "$(...)", found in credential information.
-//   Orvanta Wallet references in credential information lead back to themselves.
-// and with the client library's own message when it throws on being asked for a value's bytes. What
-// freeing a value throws (see WalletApi.h) and what the text's insert throws leaves as it is. The
-// text is then of no use. Every fetched value has been freed, unless freeing it was what failed.
+// Throws OvWalletException when a value is not to be had, when a macro is unsupported, when the
+// references lead back to themselves, and with the client library's own message when that throws on
+// being asked for a value's bytes. What freeing a value throws (see WalletApi.h) and what the
+// text's insert throws leave as they are. The text is then of no use. Every fetched value has been
+// freed, unless freeing it was what failed.
 void expandReferences(SecureByteVector& text, Wallet* wallet, const JdbcUrlParts& url);
 
 }  // namespace Orvanta_OvWallet

@@ -51,9 +51,8 @@ struct WalletReference {
 // Offset of the first keyword at or after from, or nothing.
 std::optional<std::size_t> findKeyword(std::span<const std::uint8_t> text, std::size_t from);
 
-// The reference whose keyword begins at this offset. Throws OvWalletException "Unsupported
-// replacement macro, "$(...)", found in credential information." for any macro but "$(ovpid)", also
-// in a name that is not closed after it.
+// The reference whose keyword begins at this offset. Throws OvWalletException for any macro but
+// "$(ovpid)", also in a name that is not closed after it.
 WalletReference readReference(std::span<const std::uint8_t> text, std::size_t keyword,
                               const JdbcUrlParts& url);
 
