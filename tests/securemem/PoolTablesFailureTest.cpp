@@ -4,6 +4,7 @@
 #include <functional>
 #include <new>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -106,6 +107,34 @@ TEST_F(PoolTablesFailure, OfTheHeapWhileBlocksComeAndGoCannotHappen) {
         release(allocate(100), 100);
     }
     EXPECT_FALSE(heap.failed());
+}
+
+// Besides two entries for each block there is the array of the spare ones, which grows a few times.
+TEST_F(PoolTablesFailure, OfTheHeapIsNotInvitedByGrowingWithEachBlock) {
+    constexpr std::uint64_t kBlocks = 400;
+    placeRegion(16, 0);
+    allocate(16);
+    const FailingHeap heap(2 * kBlocks + 16);
+    for (std::uint64_t i = 0; i < kBlocks; ++i) {
+        allocate(16);
+    }
+    EXPECT_FALSE(heap.failed());
+}
+
+TEST_F(PoolTablesFailure, OfTheHeapIsNotInvitedByKeepingTheEntriesOfManyBlocks) {
+    constexpr std::uint64_t kBlocks = 400;
+    constexpr std::int64_t kKept = 40;
+    placeRegion(16, 0);
+    allocate(16);
+    std::vector<std::uint64_t> blocks(kBlocks);
+    const std::int64_t live = FailingHeap::liveAllocations();
+    for (std::uint64_t& block : blocks) {
+        block = allocate(16);
+    }
+    for (const std::uint64_t block : blocks) {
+        release(block, 16);
+    }
+    EXPECT_LE(FailingHeap::liveAllocations(), live + kKept);
 }
 
 TEST_F(PoolTablesFailure, OfThePageSizeLeavesNothingBehind) {
