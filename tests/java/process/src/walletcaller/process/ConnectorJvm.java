@@ -66,7 +66,8 @@ final class ConnectorJvm extends ChildJvm {
     /** The set-up is made by the first call, so that is the one that can be foreseen. */
     Outcome call(String directory) {
         Doctor doctor = called || directory == null
-                ? null : new Doctor(environment, workDirectory.resolve("doctor"), directory);
+                ? null : new Doctor(environment, workDirectory.resolve("doctor"),
+                        Path.of(privateDirectory).resolve(Build.LIBRARY.getFileName()), directory);
         called = true;
         Outcome outcome = Outcome.parse(ask("call " + Bytes.hex(directory) + " 1"));
         if (doctor != null) {

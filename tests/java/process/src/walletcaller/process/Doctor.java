@@ -6,11 +6,15 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import java.io.IOException;
 import java.io.UncheckedIOException;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
+import java.nio.file.attribute.PosixFilePermissions;
 import java.util.List;
 import java.util.Map;
 import java.util.regex.Matcher;
 import java.util.regex.Pattern;
+import java.util.stream.Stream;
 
 /**
  * What the command foresees of a job's first call. Every scene of the tests that start a JVM is also
@@ -27,11 +31,12 @@ final class Doctor {
 
     private final Outcome foreseen;
 
-    /** The home is that of a wallet of its own, so that nothing is counted twice. */
-    Doctor(Map<String, String> environment, Path home, String directory) {
+    /** Of a job with this library. It has a copy of the wallet, so that nothing is counted twice. */
+    Doctor(Map<String, String> environment, Path home, Path library, String directory) {
         ProcessBuilder builder = new ProcessBuilder(Build.COMMAND.toString(), "doctor", "--json",
-                "--depth=call", "--dir", directory);
+                "--depth=call", "--library", library.toString(), "--dir", directory);
         builder.environment().putAll(environment);
+        copyFiles(Path.of(environment.get("OVWALLET_SANDBOX_HOME")), home);
         builder.environment().put("OVWALLET_SANDBOX_HOME", home.toString());
         builder.redirectError(ProcessBuilder.Redirect.INHERIT);
         try {
@@ -50,6 +55,22 @@ final class Doctor {
 
     void assertForesaw(Outcome outcome) {
         assertEquals(isOfSetUp(outcome) ? outcome : Outcome.RETURNED, foreseen, "what was foreseen");
+    }
+
+    private static void copyFiles(Path from, Path to) {
+        if (!Files.exists(from)) {
+            return;
+        }
+        try (Stream<Path> files = Files.list(from)) {
+            Files.createDirectory(to, PosixFilePermissions.asFileAttribute(
+                    PosixFilePermissions.fromString("rwx------")));
+            for (Path file : files.toList()) {
+                Files.copy(file, to.resolve(file.getFileName()),
+                        StandardCopyOption.COPY_ATTRIBUTES);
+            }
+        } catch (IOException failure) {
+            throw new UncheckedIOException(failure);
+        }
     }
 
     private static boolean isOfSetUp(Outcome outcome) {
