@@ -2,7 +2,6 @@
 
 #include <dlfcn.h>
 
-#include <cerrno>
 #include <map>
 #include <sstream>
 #include <type_traits>
@@ -75,11 +74,11 @@ const std::map<std::string, void*>& addresses() {
 
 }  // namespace
 
-ClientLibraryDouble::ClientLibraryDouble() : mutexes_(findProcessLockMutexes()) {
+ClientLibraryDouble::ClientLibraryDouble() {
     currentLibrary = this;
     moduleLocationEnabled = false;
     replaceLoader();
-    watchLock();
+    lock.note = [this](const std::string& event) { note(event); };
 }
 
 ClientLibraryDouble::~ClientLibraryDouble() {
@@ -131,37 +130,5 @@ void ClientLibraryDouble::replaceLoader() {
     systemCalls().dlerror = [this]() {
         note("dlerror");
         return const_cast<char*>(reason);
-    };
-}
-
-void ClientLibraryDouble::failLocks(std::set<int> attempts) {
-    failingLocks_ = std::move(attempts);
-    lockAttempts_ = 0;
-}
-
-int ClientLibraryDouble::lockGuardMutex() {
-    if (failingLocks_.contains(++lockAttempts_)) {
-        note("lock fails");
-        return EINVAL;
-    }
-    return real::pthread_mutex_lock(mutexes_.guard);
-}
-
-void ClientLibraryDouble::watchLock() {
-    systemCalls().pthread_mutex_lock = [this](pthread_mutex_t* mutex) {
-        if (mutex == mutexes_.guard) {
-            return lockGuardMutex();
-        }
-        const int result = real::pthread_mutex_lock(mutex);
-        if (mutex == mutexes_.hold) {
-            note("lock");
-        }
-        return result;
-    };
-    systemCalls().pthread_mutex_unlock = [this](pthread_mutex_t* mutex) {
-        if (mutex == mutexes_.hold) {
-            note("unlock");
-        }
-        return real::pthread_mutex_unlock(mutex);
     };
 }

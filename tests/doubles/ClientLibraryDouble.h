@@ -12,15 +12,12 @@
 // One at a time, in a process of its own: nothing is put back, but for dlopen and its kin.
 #pragma once
 
-#include <pthread.h>
-
 #include <cstdint>
 #include <functional>
-#include <set>
 #include <string>
 #include <vector>
 
-#include "doubles/ProcessLockMutexes.h"
+#include "doubles/ProcessLockDouble.h"
 #include "wallet/WalletTypes.h"
 
 class ClientLibraryDouble {
@@ -55,9 +52,7 @@ class ClientLibraryDouble {
     std::string missing;         // the entry point that is not found
     const char* reason = "why";  // the dynamic loader's text, or null
 
-    // These attempts of ProcessLock to lock its guard mutex fail with EINVAL; 1 is the next one. An
-    // outermost lock makes two attempts, any other lock and each unlock one.
-    void failLocks(std::set<int> attempts);
+    ProcessLockDouble lock;
 
     // For the entry points themselves.
     static ClientLibraryDouble& current();
@@ -65,13 +60,7 @@ class ClientLibraryDouble {
 
   private:
     void replaceLoader();
-    void watchLock();
 
-    int lockGuardMutex();
-
-    ProcessLockMutexes mutexes_;
-    std::set<int> failingLocks_;
-    int lockAttempts_ = 0;
     std::vector<std::string> events_;
     std::vector<std::string> resolved_;
 };

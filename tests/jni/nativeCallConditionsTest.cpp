@@ -5,7 +5,7 @@
 #include <barrier>
 #include <thread>
 
-#include "doubles/ProcessLockWatch.h"
+#include "doubles/ProcessLockDouble.h"
 #include "jni/NativeCall.h"
 
 namespace {
@@ -13,7 +13,7 @@ namespace {
 class NativeCallConditions : public NativeCall {};
 
 TEST_F(NativeCallConditions, TheLockIsNotHeldWhileJavaMethodsRun) {
-    const ProcessLockWatch lock;
+    const ProcessLockDouble lock;
     CallRecord methods;
     CallRecord methodsUnderLock;
     job_.onJavaMethod = [&](const std::string& method) {
@@ -33,7 +33,7 @@ TEST_F(NativeCallConditions, TheLockIsNotHeldWhileJavaMethodsRun) {
 }
 
 TEST_F(NativeCallConditions, OfAllJniCallsOnlyTheSetUpsComeUnderTheLock) {
-    const ProcessLockWatch lock;
+    const ProcessLockDouble lock;
     CallRecord callsUnderLock;
     jvm_.onCall = [&](const std::string& jniCall) {
         if (lock.isHeld()) {
@@ -46,7 +46,7 @@ TEST_F(NativeCallConditions, OfAllJniCallsOnlyTheSetUpsComeUnderTheLock) {
 }
 
 TEST_F(NativeCallConditions, AFailedSetUpLeavesTheLockFree) {
-    const ProcessLockWatch lock;
+    const ProcessLockDouble lock;
     EXPECT_NE(job_.performSubstitutions(std::nullopt), "");
     EXPECT_FALSE(lock.isHeld());
 }

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstring>
 #include <functional>
-#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -11,9 +10,9 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FailingHeap.h"
-#include "doubles/ProcessLockMutexes.h"
+#include "doubles/ProcessLockDouble.h"
 #include "doubles/SystemCalls.h"
-#include "support/OvWalletException.h"
+#include "doubles/thrown.h"
 #include "wallet/ProcessLock.h"
 
 namespace Orvanta_OvWallet {
@@ -23,28 +22,15 @@ using Calls = std::vector<std::string>;
 
 constexpr std::uint64_t kPage = 4096;
 constexpr std::uint64_t kLargestSize = 0xFFFFFFFFFFFFFFF0;
+constexpr const char* kOutOfMemory = "std::bad_alloc";
 constexpr const char* kOverflow =
     "An attempt to allocate memory resulted in an overflow condition.";
 
 // Sees the calls on the lock and on the pages, in order.
 class LockedPagePoolTest : public ::testing::Test {
   protected:
-    LockedPagePoolTest() : mutexes_(findProcessLockMutexes()) {
-        systemCalls().pthread_mutex_lock = [this](pthread_mutex_t* mutex) {
-            if (mutex == mutexes_.guard || mutex == mutexes_.hold) {
-                calls_.emplace_back(mutex == mutexes_.guard ? "lock guard" : "lock hold");
-                if (lockError_ != 0) {
-                    return lockError_;
-                }
-            }
-            return real::pthread_mutex_lock(mutex);
-        };
-        systemCalls().pthread_mutex_unlock = [this](pthread_mutex_t* mutex) {
-            if (mutex == mutexes_.guard || mutex == mutexes_.hold) {
-                calls_.emplace_back(mutex == mutexes_.guard ? "unlock guard" : "unlock hold");
-            }
-            return real::pthread_mutex_unlock(mutex);
-        };
+    LockedPagePoolTest() {
+        lock_.onCall = [this](const std::string& call) { calls_.push_back(call); };
         systemCalls().mlock = [this](const void*, std::size_t) {
             calls_.emplace_back("mlock");
             return 0;
@@ -70,21 +56,9 @@ class LockedPagePoolTest : public ::testing::Test {
         return calls;
     }
 
-    static std::string failureOf(const std::function<void()>& action) {
-        try {
-            action();
-            return "no failure";
-        } catch (const OvWalletException& failure) {
-            return failure.what();
-        } catch (const std::bad_alloc&) {
-            return "out of memory";
-        }
-    }
-
-    int lockError_ = 0;
+    ProcessLockDouble lock_;
 
   private:
-    ProcessLockMutexes mutexes_;
     Calls calls_;
 };
 
@@ -140,8 +114,7 @@ TEST_F(LockedPagePoolTest, IgnoresANullBlockWithoutTakingTheLock) {
 TEST_F(LockedPagePoolTest, RefusesAnImpossibleRequestAndFreesTheLock) {
     for (const std::uint64_t size : {kLargestSize + 1, ~std::uint64_t{0}}) {
         EXPECT_EQ(callsOf([=] {
-                      EXPECT_EQ(failureOf([=] { LockedPagePool::lockedAllocate(size); }),
-                                kOverflow);
+                      EXPECT_EQ(thrownBy([=] { LockedPagePool::lockedAllocate(size); }), kOverflow);
                   }),
                   whileLocked({}));
     }
@@ -149,8 +122,8 @@ TEST_F(LockedPagePoolTest, RefusesAnImpossibleRequestAndFreesTheLock) {
 
 TEST_F(LockedPagePoolTest, TheLargestPossibleRequestIsRefusedByTheHeapAndFreesTheLock) {
     EXPECT_EQ(callsOf([] {
-                  EXPECT_EQ(failureOf([] { LockedPagePool::lockedAllocate(kLargestSize); }),
-                            "out of memory");
+                  EXPECT_EQ(thrownBy([] { LockedPagePool::lockedAllocate(kLargestSize); }),
+                            kOutOfMemory);
               }),
               whileLocked({}));
 }
@@ -159,7 +132,7 @@ TEST_F(LockedPagePoolTest, RefusesAnImpossibleReleaseAndFreesTheLock) {
     std::uint8_t* const block = LockedPagePool::lockedAllocate(16);
     for (const std::uint64_t size : {kLargestSize + 1, ~std::uint64_t{0}}) {
         EXPECT_EQ(callsOf([=] {
-                      EXPECT_EQ(failureOf([=] { LockedPagePool::lockedRelease(block, size); }),
+                      EXPECT_EQ(thrownBy([=] { LockedPagePool::lockedRelease(block, size); }),
                                 kOverflow);
                   }),
                   whileLocked({}));
@@ -176,15 +149,15 @@ TEST_F(LockedPagePoolTest, PassesTheHeapsRefusalOnAndFreesTheLock) {
         std::string failure;
         {
             const FailingHeap heap(failAt);
-            failure = failureOf([&] { block = LockedPagePool::lockedAllocate(100); });
+            failure = thrownBy([&] { block = LockedPagePool::lockedAllocate(100); });
         }
         if (block != nullptr) {
-            EXPECT_EQ(failure, "no failure");
+            EXPECT_EQ(failure, "nothing");
             LockedPagePool::lockedRelease(block, 100);
             EXPECT_GT(failAt, 2U);
             break;
         }
-        EXPECT_EQ(failure, "out of memory");
+        EXPECT_EQ(failure, kOutOfMemory);
         EXPECT_LE(FailingHeap::liveAllocations(), live + 1) << "allocation " << failAt;
         std::thread([] { const ProcessLockGuard lock; }).join();
     }
@@ -197,7 +170,7 @@ TEST_F(LockedPagePoolTest, PassesTheFailureOfThePageSizeOnAndFreesTheLock) {
     };
     errno = 0;
     EXPECT_EQ(callsOf([] {
-                  EXPECT_EQ(failureOf([] { LockedPagePool::lockedAllocate(1); }),
+                  EXPECT_EQ(thrownBy([] { LockedPagePool::lockedAllocate(1); }),
                             "An attempt to determine the system page size failed "
                             "(errno = Invalid argument).");
               }),
@@ -206,14 +179,15 @@ TEST_F(LockedPagePoolTest, PassesTheFailureOfThePageSizeOnAndFreesTheLock) {
 
 TEST_F(LockedPagePoolTest, ReportsThatTheLockCannotBeTaken) {
     std::uint8_t* const block = LockedPagePool::lockedAllocate(16);
-    lockError_ = EINVAL;
-    EXPECT_EQ(failureOf([] { LockedPagePool::lockedAllocate(16); }),
+    lock_.failCall("lock guard");
+    EXPECT_EQ(thrownBy([] { LockedPagePool::lockedAllocate(16); }),
               "Cannot lock mutex (errno = Invalid argument).");
-    EXPECT_EQ(failureOf([=] { LockedPagePool::lockedRelease(block, 16); }),
+    lock_.failCall("lock guard");
+    EXPECT_EQ(thrownBy([=] { LockedPagePool::lockedRelease(block, 16); }),
               "Cannot lock mutex (errno = Invalid argument).");
-    EXPECT_EQ(failureOf([=] { LockedPagePool::lockedRelease(block, kLargestSize + 1); }),
+    lock_.failCall("lock guard");
+    EXPECT_EQ(thrownBy([=] { LockedPagePool::lockedRelease(block, kLargestSize + 1); }),
               "Cannot lock mutex (errno = Invalid argument).");
-    lockError_ = 0;
     EXPECT_EQ(callsOf([=] { LockedPagePool::lockedRelease(block, 16); }), whileLocked({"munlock"}));
 }
 

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FailingHeap.h"
+#include "doubles/thrown.h"
 #include "securemem/PoolFixture.h"
 #include "support/OvWalletException.h"
 
@@ -143,14 +144,8 @@ TEST_F(PoolTablesFailure, OfThePageSizeLeavesNothingBehind) {
         return -1L;
     };
     errno = 0;
-    try {
-        allocate(100);
-        ADD_FAILURE() << "allocated without a page size";
-    } catch (const OvWalletException& failure) {
-        EXPECT_STREQ(
-            failure.what(),
-            "An attempt to determine the system page size failed (errno = Invalid argument).");
-    }
+    EXPECT_EQ(thrownBy<OvWalletException>([&] { allocate(100); }),
+              "An attempt to determine the system page size failed (errno = Invalid argument).");
     EXPECT_EQ(state(), "regions ; free ");
     systemCalls().sysconf = nullptr;
     placeRegion(100, 0);

@@ -3,16 +3,13 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <functional>
 #include <memory>
-#include <new>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "doubles/SystemCalls.h"
 #include "securemem/SecureByteVector.h"
-#include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
 
@@ -50,17 +47,6 @@ class SecureByteVectorFixture : public ::testing::Test {
     ~SecureByteVectorFixture() override {
         systemCalls() = {};
         EXPECT_EQ(regions_, 0) << "storage was not given back";
-    }
-
-    static std::string failureOf(const std::function<void()>& action) {
-        try {
-            action();
-            return "no failure";
-        } catch (const OvWalletException& failure) {
-            return failure.what();
-        } catch (const std::bad_alloc&) {
-            return "out of memory";
-        }
     }
 
     int regions_ = 0;

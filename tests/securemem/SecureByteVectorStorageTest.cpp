@@ -11,9 +11,10 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FailingHeap.h"
-#include "doubles/ProcessLockMutexes.h"
+#include "doubles/ProcessLockDouble.h"
 #include "doubles/StrictJni.h"
 #include "doubles/SystemCalls.h"
+#include "doubles/thrown.h"
 #include "securemem/LockedPagePool.h"
 #include "securemem/SecureByteVectorFixture.h"
 
@@ -23,6 +24,7 @@ namespace {
 using Calls = std::vector<std::string>;
 using SecureByteVectorStorage = SecureByteVectorFixture;
 
+constexpr const char* kOutOfMemory = "std::bad_alloc";
 constexpr const char* kOverflow =
     "An attempt to allocate memory resulted in an overflow condition.";
 
@@ -102,7 +104,7 @@ TEST_F(SecureByteVectorStorage, ANegativeLengthIsAnImpossibleSize) {
     JNINativeInterface_ functions{};
     functions.GetArrayLength = [](JNIEnv*, jarray) { return jsize{-1}; };
     JNIEnv env{&functions};
-    EXPECT_EQ(failureOf([&] { SecureByteVector::fromJavaByteArray(&env, nullptr); }), kOverflow);
+    EXPECT_EQ(thrownBy([&] { SecureByteVector::fromJavaByteArray(&env, nullptr); }), kOverflow);
 }
 
 TEST_F(SecureByteVectorStorage, WhatLeavesTheCopyFindsTheStorageGivenBack) {
@@ -139,7 +141,7 @@ TEST_F(SecureByteVectorStorage, OutgrownStorageGoesBackToThePool) {
 }
 
 TEST_F(SecureByteVectorStorage, OfAnImpossibleSizeIsRefused) {
-    EXPECT_EQ(failureOf([] { const SecureByteVector vector(0xFFFFFFFFFFFFFFF1); }), kOverflow);
+    EXPECT_EQ(thrownBy([] { const SecureByteVector vector(0xFFFFFFFFFFFFFFF1); }), kOverflow);
 }
 
 TEST_F(SecureByteVectorStorage, WithoutMemoryIsNotMadeAndLeaksNothing) {
@@ -157,13 +159,13 @@ TEST_F(SecureByteVectorStorage, WithoutMemoryIsNotMadeAndLeaksNothing) {
         {
             const FailingHeap heap(failAt);
             failure =
-                failureOf([&] { vector = SecureByteVector::fromJavaByteArray(&env, nullptr); });
+                thrownBy([&] { vector = SecureByteVector::fromJavaByteArray(&env, nullptr); });
         }
         if (vector != nullptr) {
             EXPECT_GT(failAt, 3U) << FailingHeap::liveAllocations() - live;
             break;
         }
-        EXPECT_EQ(failure, "out of memory");
+        EXPECT_EQ(failure, kOutOfMemory);
         EXPECT_LE(FailingHeap::liveAllocations(), live + 1) << "allocation " << failAt;
     }
     EXPECT_LE(FailingHeap::liveAllocations(), live + 1);
@@ -177,13 +179,13 @@ TEST_F(SecureByteVectorStorage, ThatCannotGrowIsUnchanged) {
         std::string failure;
         {
             const FailingHeap heap(failAt);
-            failure = failureOf([&] { insert(*vector, 2, run); });
+            failure = thrownBy([&] { insert(*vector, 2, run); });
         }
-        if (failure == "no failure") {
+        if (failure == "nothing") {
             EXPECT_GT(failAt, 2U);
             break;
         }
-        ASSERT_EQ(failure, "out of memory") << "allocation " << failAt;
+        ASSERT_EQ(failure, kOutOfMemory) << "allocation " << failAt;
         ASSERT_EQ(textOf(*vector), "abcde") << "allocation " << failAt;
         ASSERT_EQ(vector->begin(), storage);
         ASSERT_EQ(vector->capacity(), 5U);
@@ -197,19 +199,17 @@ TEST_F(SecureByteVectorStorage, ThatCannotGrowSaysSo) {
     constexpr auto kHuge = std::numeric_limits<std::ptrdiff_t>::max();
     const auto* const last = reinterpret_cast<const std::uint8_t*>(
         reinterpret_cast<std::uintptr_t>(first) + static_cast<std::uintptr_t>(kHuge));
-    EXPECT_EQ(failureOf([&] { vector->insert(vector->begin(), first, last); }), "out of memory");
+    EXPECT_EQ(thrownBy([&] { vector->insert(vector->begin(), first, last); }), kOutOfMemory);
     EXPECT_EQ(textOf(*vector), "abcde");
 }
 
 TEST_F(SecureByteVectorStorage, AFailureToGiveStorageBackIsNotReported) {
     auto vector = vectorOf("abcde");
     std::uint8_t* const storage = vector->begin();
-    const ProcessLockMutexes mutexes = findProcessLockMutexes();
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        return mutex == mutexes.guard ? EINVAL : real::pthread_mutex_lock(mutex);
-    };
+    ProcessLockDouble lock;
+    lock.failCall("lock guard");
     vector.reset();
-    systemCalls().pthread_mutex_lock = nullptr;
+    EXPECT_EQ(lock.takeCalls().back(), "lock guard") << "tried once";
     EXPECT_EQ(regions_, 1);
     LockedPagePool::lockedRelease(storage, 5);
 }

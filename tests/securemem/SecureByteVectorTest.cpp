@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "doubles/ProcessLockMutexes.h"
+#include "doubles/ProcessLockDouble.h"
 #include "doubles/SystemCalls.h"
 #include "securemem/SecureByteVectorFixture.h"
 
@@ -107,16 +107,10 @@ TEST_F(SecureByteVectorTest, ARunThatFitsExactlyIsInsertedInPlace) {
 TEST_F(SecureByteVectorTest, InsertingNothingChangesNothingAndTakesNoStorage) {
     const auto vector = vectorOf("abcde");
     const std::uint8_t* const storage = vector->begin();
-    const ProcessLockMutexes mutexes = findProcessLockMutexes();
-    int locked = 0;
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        locked += mutex == mutexes.guard || mutex == mutexes.hold ? 1 : 0;
-        return real::pthread_mutex_lock(mutex);
-    };
+    ProcessLockDouble lock;
     vector->insert(vector->begin() + 2, nullptr, nullptr);
     insert(*vector, 5, "");
-    systemCalls().pthread_mutex_lock = nullptr;
-    EXPECT_EQ(locked, 0);
+    EXPECT_EQ(lock.takeCalls(), ProcessLockDouble::Calls{});
     EXPECT_EQ(textOf(*vector), "abcde");
     EXPECT_EQ(vector->begin(), storage);
     EXPECT_EQ(vector->capacity(), 5U);

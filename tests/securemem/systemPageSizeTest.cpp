@@ -1,6 +1,5 @@
 #include "securemem/memoryLocking.h"
 
-#include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -10,8 +9,9 @@
 
 #include <gtest/gtest.h>
 
-#include "doubles/ProcessLockMutexes.h"
+#include "doubles/ProcessLockDouble.h"
 #include "doubles/SystemCalls.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
@@ -20,11 +20,7 @@ namespace {
 constexpr const char* kFailed = "An attempt to determine the system page size failed.";
 
 std::string failureOfPageSize() {
-    try {
-        return "no failure: " + std::to_string(systemPageSize());
-    } catch (const OvWalletException& failure) {
-        return failure.what();
-    }
+    return thrownBy<OvWalletException>(systemPageSize);
 }
 
 // Asked for the page size, the system answers this and sets errno, unless that is negative.
@@ -127,15 +123,9 @@ TEST(SystemPageSize, IsAskedForAgainAfterAFailure) {
 }
 
 TEST(SystemPageSize, TakesNoLock) {
-    const ProcessLockMutexes mutexes = findProcessLockMutexes();
-    int locked = 0;
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        locked += mutex == mutexes.guard || mutex == mutexes.hold ? 1 : 0;
-        return real::pthread_mutex_lock(mutex);
-    };
+    ProcessLockDouble lock;
     systemPageSize();
-    systemCalls().pthread_mutex_lock = nullptr;
-    EXPECT_EQ(locked, 0);
+    EXPECT_EQ(lock.takeCalls(), ProcessLockDouble::Calls{});
 }
 
 }  // namespace

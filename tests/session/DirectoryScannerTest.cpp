@@ -16,9 +16,10 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FailingHeap.h"
-#include "doubles/ProcessLockMutexes.h"
+#include "doubles/ProcessLockDouble.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 #include "wallet/ProcessLock.h"
 
@@ -30,11 +31,15 @@ using testing::ElementsAre;
 
 constexpr const char* kCannotLock = "Cannot lock mutex (errno = Invalid argument).";
 
+std::string failureOfScanning(Names& names, const std::string& directory) {
+    return thrownBy<OvWalletException>([&] { DirectoryScanner(names, directory); });
+}
+
 // Scans a directory whose system calls are replaced: it holds the entries that a test gives it, and
-// every call on it is noted in order, that on ProcessLock's hold mutex among them.
+// every call on it is noted in order, what happens to ProcessLock among them.
 class DirectoryScannerTest : public testing::Test {
   protected:
-    DirectoryScannerTest() : mutexes_(findProcessLockMutexes()) {
+    DirectoryScannerTest() {
         systemCalls().opendir = [this](const char* path) {
             calls_.push_back(std::string("opendir ") + path);
             return real::opendir("/");
@@ -49,48 +54,20 @@ class DirectoryScannerTest : public testing::Test {
         systemCalls().syslog = [this](int priority, const char* text) {
             calls_.push_back("syslog " + std::to_string(priority) + " " + text);
         };
-        watchLock();
+        lock_.note = [this](const std::string& event) { calls_.push_back(event); };
     }
     ~DirectoryScannerTest() override { systemCalls() = SystemCalls{}; }
 
-    // The text of the failure, "" without one.
-    std::string scan() {
-        try {
-            DirectoryScanner(names_, "/some/directory");
-            return "";
-        } catch (const OvWalletException& exception) {
-            return exception.what();
-        }
-    }
+    std::string scan() { return failureOfScanning(names_, "/some/directory"); }
 
-    const ProcessLockMutexes mutexes_;
+    ProcessLockDouble lock_;
     std::vector<std::string> calls_;
     std::vector<std::string> entries_;
     int readError_ = 0;  // after the last entry
     int closeError_ = 0;
-    int failingLock_ = 0;  // this attempt to lock the guard mutex fails
     Names names_{"before"};
 
   private:
-    void watchLock() {
-        systemCalls().pthread_mutex_lock = [this](pthread_mutex_t* mutex) {
-            if (mutex == mutexes_.guard && --failingLock_ == 0) {
-                calls_.push_back("lock fails");
-                return EINVAL;
-            }
-            if (mutex == mutexes_.hold) {
-                calls_.push_back("lock");
-            }
-            return real::pthread_mutex_lock(mutex);
-        };
-        systemCalls().pthread_mutex_unlock = [this](pthread_mutex_t* mutex) {
-            if (mutex == mutexes_.hold) {
-                calls_.push_back("unlock");
-            }
-            return real::pthread_mutex_unlock(mutex);
-        };
-    }
-
     dirent* nextEntry() {
         calls_.push_back("readdir");
         EXPECT_EQ(errno, 0) << "errno is cleared before each read";
@@ -130,13 +107,9 @@ TEST(DirectoryScanner, GivesEveryKindOfEntryInAscendingByteOrder) {
 TEST(DirectoryScanner, ThrowsForAMissingDirectoryAndLeavesTheNamesUntouched) {
     const TemporaryDirectory directory;
     Names names{"before"};
-    try {
-        DirectoryScanner(names, directory / "missing");
-        FAIL() << "nothing was thrown";
-    } catch (const OvWalletException& exception) {
-        EXPECT_EQ(exception.what(), "Cannot open directory \"" + (directory / "missing") +
-                                        "\" (errno = No such file or directory)");
-    }
+    EXPECT_EQ(failureOfScanning(names, directory / "missing"),
+              "Cannot open directory \"" + (directory / "missing") +
+                  "\" (errno = No such file or directory)");
     EXPECT_THAT(names, ElementsAre("before"));
 }
 
@@ -144,18 +117,13 @@ TEST(DirectoryScanner, ThrowsForAPlainFile) {
     const TemporaryDirectory directory;
     writeFile(directory / "file", "");
     Names names;
-    try {
-        DirectoryScanner(names, directory / "file");
-        FAIL() << "nothing was thrown";
-    } catch (const OvWalletException& exception) {
-        EXPECT_EQ(exception.what(), "Cannot open directory \"" + (directory / "file") +
-                                        "\" (errno = Not a directory)");
-    }
+    EXPECT_EQ(failureOfScanning(names, directory / "file"),
+              "Cannot open directory \"" + (directory / "file") + "\" (errno = Not a directory)");
 }
 
 TEST_F(DirectoryScannerTest, ReadsUnderTheLockAndClosesAfterIt) {
     entries_ = {"b", "a"};
-    EXPECT_EQ(scan(), "");
+    EXPECT_EQ(scan(), "nothing");
     EXPECT_THAT(calls_, ElementsAre("opendir /some/directory", "lock", "readdir", "readdir",
                                     "readdir", "unlock", "closedir"));
     EXPECT_THAT(names_, ElementsAre("a", "b", "before"));
@@ -164,7 +132,7 @@ TEST_F(DirectoryScannerTest, ReadsUnderTheLockAndClosesAfterIt) {
 TEST_F(DirectoryScannerTest, SortsWhateverTheOrderOfTheStream) {
     entries_ = {"ovwallet9", "ovwallet", "ovwallet10", "Z"};
     names_.clear();
-    EXPECT_EQ(scan(), "");
+    EXPECT_EQ(scan(), "nothing");
     EXPECT_THAT(names_, ElementsAre("Z", "ovwallet", "ovwallet10", "ovwallet9"));
 }
 
@@ -191,7 +159,7 @@ TEST_F(DirectoryScannerTest, EmptiesTheNamesWhenReadingFails) {
 TEST_F(DirectoryScannerTest, LogsAFailingCloseAndSucceeds) {
     entries_ = {"a"};
     closeError_ = EIO;
-    EXPECT_EQ(scan(), "");
+    EXPECT_EQ(scan(), "nothing");
     EXPECT_EQ(LOG_WARNING, 4);
     EXPECT_EQ(calls_.back(),
               "syslog 4 An attempt to close a directory stream failed (errno = Input/output "
@@ -211,7 +179,7 @@ TEST_F(DirectoryScannerTest, ThrowsTheFirstFailureWhenReadingAndClosingFail) {
 }
 
 TEST_F(DirectoryScannerTest, ClosesTheStreamWhenTheLockCannotBeTaken) {
-    failingLock_ = 1;
+    lock_.failCall("lock guard");
     EXPECT_EQ(scan(), kCannotLock);
     EXPECT_THAT(calls_, ElementsAre("opendir /some/directory", "lock fails", "closedir"));
     EXPECT_THAT(names_, ElementsAre());
@@ -219,7 +187,7 @@ TEST_F(DirectoryScannerTest, ClosesTheStreamWhenTheLockCannotBeTaken) {
 
 TEST_F(DirectoryScannerTest, EmptiesTheNamesWhenTheLockCannotBeReleased) {
     entries_ = {"a"};
-    failingLock_ = 3;  // two attempts take the lock
+    lock_.failCall("lock guard", 3);  // two take the lock
     EXPECT_EQ(scan(), kCannotLock);
     EXPECT_THAT(calls_, ElementsAre("opendir /some/directory", "lock", "readdir", "readdir",
                                     "lock fails", "closedir"));
@@ -228,7 +196,7 @@ TEST_F(DirectoryScannerTest, EmptiesTheNamesWhenTheLockCannotBeReleased) {
 
 TEST_F(DirectoryScannerTest, ThrowsTheReadFailureWhenTheLockCannotBeReleasedEither) {
     readError_ = EIO;
-    failingLock_ = 3;
+    lock_.failCall("lock guard", 3);
     EXPECT_EQ(scan(), "An attempt to read a directory failed (errno = Input/output error)");
 }
 
@@ -236,7 +204,7 @@ TEST_F(DirectoryScannerTest, MayBeUsedByAThreadThatHoldsTheLock) {
     entries_ = {"a"};
     const ProcessLockGuard lock;
     calls_.clear();
-    EXPECT_EQ(scan(), "");
+    EXPECT_EQ(scan(), "nothing");
     EXPECT_THAT(calls_, ElementsAre("opendir /some/directory", "readdir", "readdir", "closedir"));
 }
 
@@ -248,7 +216,7 @@ TEST_F(DirectoryScannerTest, KeepsToItselfThatACloseFailureCannotBeLoggedForWant
         errno = EIO;
         return -1;
     };
-    EXPECT_EQ(scan(), "");
+    EXPECT_EQ(scan(), "nothing");
     EXPECT_THAT(names_, ElementsAre("before"));
 }
 

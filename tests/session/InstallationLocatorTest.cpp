@@ -14,6 +14,7 @@
 #include "doubles/FailingHeap.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
@@ -153,14 +154,9 @@ TEST_F(InstallationLocatorTest, DoesNotMissAHelperWhenRealAndEffectiveUserAreThe
 TEST_F(InstallationLocatorTest, ChecksTheHelperWhenRealAndEffectiveUserDiffer) {
     systemCalls().getuid = [] { return uid_t{1}; };
     systemCalls().geteuid = [] { return uid_t{2}; };
-    try {
-        locate(module_);
-        FAIL() << "nothing was thrown";
-    } catch (const OvWalletException& exception) {
-        EXPECT_EQ(exception.what(), "Orvanta Wallet 14.10 is not installed (cannot access \"" +
-                                        expectedClientDir() +
-                                        "/14.10/ovwallet/redhatlinux-x8664/ovwhelper.exe\")");
-    }
+    EXPECT_EQ(thrownBy<NotInstalledException>([&] { locate(module_); }),
+              "Orvanta Wallet 14.10 is not installed (cannot access \"" + expectedClientDir() +
+                  "/14.10/ovwallet/redhatlinux-x8664/ovwhelper.exe\")");
 }
 
 TEST_F(InstallationLocatorTest, FollowsAnyNumberOfLinks) {
@@ -327,14 +323,9 @@ TEST_F(ShownDirectory, NeedsACurrentDirectoryWhenItIsRelative) {
         errno = ENOENT;
         return nullptr;
     };
-    try {
-        locate("./lib.so");
-        FAIL() << "nothing was thrown";
-    } catch (const OvWalletException& exception) {
-        EXPECT_STREQ(exception.what(),
-                     "Cannot determine the pathname of the current working directory (errno = No "
-                     "such file or directory).");
-    }
+    EXPECT_EQ(thrownBy<OvWalletException>([&] { locate("./lib.so"); }),
+              "Cannot determine the pathname of the current working directory (errno = No "
+              "such file or directory).");
     fs::current_path("/");
 }
 

@@ -16,6 +16,7 @@
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
@@ -30,11 +31,7 @@ constexpr const char* kEmptyPathname =
 constexpr const char* kNoSuchFile = "failed: \"/no/such/file\" does not name an existing file.";
 
 std::string locate() {
-    try {
-        return ModuleLocator();
-    } catch (const OvWalletException& exception) {
-        return std::string("failed: ") + exception.what();
-    }
+    return outcomeOf<OvWalletException>(ModuleLocator);
 }
 
 std::string noLinkIn(std::string directory) {

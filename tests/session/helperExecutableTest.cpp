@@ -13,6 +13,7 @@
 #include "doubles/ChildProcess.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
@@ -36,14 +37,10 @@ class HelperExecutable : public testing::Test {
 
     void setMode(mode_t mode) const { ASSERT_EQ(::chmod(helper_.c_str(), mode), 0); }
 
-    // The message; "thrown: " before it when it was thrown as NotInstalledException.
+    // The message; "failed: " before it when it was thrown as NotInstalledException.
     std::string check() const { return check(canonicalPath(clientDir_)); }
     std::string check(const CanonicalPath& clientDir) const {
-        try {
-            return checkHelperExecutable(clientDir);
-        } catch (const NotInstalledException& exception) {
-            return std::string("thrown: ") + exception.what();
-        }
+        return outcomeOf<NotInstalledException>([&] { return checkHelperExecutable(clientDir); });
     }
 
     // Lets the helper's status show what no real file here can, to an effective user.
@@ -171,7 +168,7 @@ TEST_F(HelperExecutable, IsCheckedForItsBitsBeforeItsPlace) {
 TEST_F(HelperExecutable, IsMissing) {
     fs::remove(helper_);
     EXPECT_EQ(check(),
-              "thrown: Orvanta Wallet 14.10 is not installed (cannot access \"" + helper_ + "\")");
+              "failed: Orvanta Wallet 14.10 is not installed (cannot access \"" + helper_ + "\")");
 }
 
 // Lets no pathname be resolved, with an errno that asking for the file changes again.
@@ -211,7 +208,7 @@ TEST_F(HelperExecutable, IsNotLookedForWhenTheClientDirectoryCannotBeResolved) {
 TEST_F(HelperExecutable, IsNotLookedForWhenThereIsNoClientDirectory) {
     fs::remove_all(clientDir_);
     EXPECT_EQ(check({ENOENT, clientDir_}),
-              "thrown: Orvanta Wallet is not installed (cannot access \"" + clientDir_ + "\")");
+              "failed: Orvanta Wallet is not installed (cannot access \"" + clientDir_ + "\")");
 }
 
 TEST(ActingForAnotherUser, MeansThatRealAndEffectiveUserDiffer) {
@@ -277,7 +274,7 @@ TEST_F(HelperExecutableOfRealUsers, CannotBeResolvedWithoutTheRightToSearchItsDi
     giveTo(0);
     fs::permissions(clientDir_ + "/14.10", fs::perms(0700));
     EXPECT_EQ(checkAs(kSomebody, kSomebodyElse),
-              "for another: thrown: Orvanta Wallet 14.10 is not installed (cannot access \"" +
+              "for another: failed: Orvanta Wallet 14.10 is not installed (cannot access \"" +
                   helper_ + "\")");
 }
 

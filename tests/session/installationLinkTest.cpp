@@ -13,10 +13,11 @@
 #include <utf8.h>
 
 #include "doubles/ConnectorJob.h"
-#include "doubles/ProcessLockMutexes.h"
+#include "doubles/ProcessLockDouble.h"
 #include "doubles/StrictJni.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
+#include "doubles/thrown.h"
 #include "session/OperatingSystemDouble.h"
 #include "session/installationSearch.h"
 #include "support/OvWalletException.h"
@@ -42,13 +43,13 @@ class InstallationLink : public testing::Test {
         writeFile(system_.root / "var/lib/rpm/ovwallet1410/inst.dir", base_ + "\n");
     }
 
-    // The text of the failure, "" without one.
+    // The text of the failure, or "nothing".
     std::string establish(const std::optional<std::string>& tempDir) {
         StrictJni jvm;
         ConnectorJob job(jvm);
         std::string failure;
         const std::string pending = jvm.inNativeFrame([&] {
-            failure = failureOf([&] {
+            failure = thrownBy<OvWalletException>([&] {
                 establishInstallationLink(jvm.env(), job.stringReference(tempDir, "tempDir"));
             });
         });
@@ -57,21 +58,9 @@ class InstallationLink : public testing::Test {
         return failure;
     }
     std::string create(const std::string& tempDir) {
-        return failureOf([&] {
+        return thrownBy<OvWalletException>([&] {
             createLink(plannedLink(tempDir, findInstallation(kCommandLink, kPackageDatabase)));
         });
-    }
-
-    template <typename Action>
-    static std::string failureOf(const Action& action) {
-        try {
-            action();
-            return "";
-        } catch (const NotInstalledException& exception) {
-            return std::string("of the wrong type: ") + exception.what();
-        } catch (const OvWalletException& exception) {
-            return exception.what();
-        }
     }
 
     std::string target() const { return base_ + "/orvanta/client/ovwallet"; }
@@ -86,7 +75,7 @@ class InstallationLink : public testing::Test {
 };
 
 TEST_F(InstallationLink, LeadsToTheWalletDirectory) {
-    EXPECT_EQ(create(tempDir_ / ""), "");
+    EXPECT_EQ(create(tempDir_ / ""), "nothing");
     EXPECT_EQ(fs::read_symlink(tempDir_ / "ovwalletdir"), target());
     EXPECT_THAT(system_.takeCalls(),
                 ElementsAre("readlink /usr/bin/ovwallet", "opendir /var/lib/rpm",
@@ -95,20 +84,20 @@ TEST_F(InstallationLink, LeadsToTheWalletDirectory) {
 
 TEST_F(InstallationLink, LeadsThroughTheRootWhenTheCommandIsAFileInItsDirectory) {
     writeFile(system_.root / "usr/bin/ovwallet", "");
-    EXPECT_EQ(create(tempDir_ / ""), "");
+    EXPECT_EQ(create(tempDir_ / ""), "nothing");
     EXPECT_THAT(fs::read_symlink(tempDir_ / "ovwalletdir").string(),
                 testing::AnyOf("//orvanta/client/ovwallet", "/orvanta/client/ovwallet"));
 }
 
 TEST_F(InstallationLink, LiesBesideADirectoryThatIsNamedWithoutASlash) {
-    EXPECT_EQ(create(tempDir_ / "private"), "");
+    EXPECT_EQ(create(tempDir_ / "private"), "nothing");
     EXPECT_EQ(fs::read_symlink(tempDir_ / "privateovwalletdir"), target());
 }
 
 TEST_F(InstallationLink, LiesInADirectoryOfAnyName) {
     for (const char* name : {"gr\xC3\xBC\xC3\x9F", "100%s %d%", "\xF0\x9F\x98\x80"}) {
         fs::create_directory(tempDir_ / name);
-        EXPECT_EQ(create(tempDir_ / name + "/"), "");
+        EXPECT_EQ(create(tempDir_ / name + "/"), "nothing");
         EXPECT_EQ(fs::read_symlink(tempDir_ / name + "/ovwalletdir"), target());
         EXPECT_EQ(create(tempDir_ / name + "/"), "An attempt to create a symbolic link named " +
                                                      (tempDir_ / name) +
@@ -119,16 +108,18 @@ TEST_F(InstallationLink, LiesInADirectoryOfAnyName) {
 // The JVM tells a character beyond the basic plane as two surrogates of three bytes each.
 TEST_F(InstallationLink, LiesInADirectoryThatTheJvmTellsInItsOwnForm) {
     const std::string directory = tempDir_ / "\xED\xA0\xBD\xED\xB8\x80/";
-    EXPECT_THROW(create(directory), utf8::invalid_code_point) << "there is no such directory";
+    const auto findBase = [] { return findInstallation(kCommandLink, kPackageDatabase); };
+    EXPECT_THROW(createLink(plannedLink(directory, findBase())), utf8::invalid_code_point)
+        << "there is no such directory";
     fs::create_directory(directory);
-    EXPECT_EQ(create(directory), "");
+    EXPECT_EQ(create(directory), "nothing");
     EXPECT_EQ(fs::read_symlink(directory + "ovwalletdir"), target());
 }
 
 TEST_F(InstallationLink, CutsATargetAtANul) {
     writeFile(system_.root / "var/lib/rpm/ovwallet1410/inst.dir",
               base_ + std::string("\0ment\n", 6));
-    EXPECT_EQ(create(tempDir_ / ""), "");
+    EXPECT_EQ(create(tempDir_ / ""), "nothing");
     EXPECT_EQ(fs::read_symlink(tempDir_ / "ovwalletdir"), base_);
 }
 
@@ -148,14 +139,14 @@ TEST_F(InstallationLink, CannotBeMadeInAMissingDirectory) {
 }
 
 TEST_F(InstallationLink, IsEstablishedOncePerProcess) {
-    EXPECT_EQ(establish(tempDir_ / ""), "");
+    EXPECT_EQ(establish(tempDir_ / ""), "nothing");
     EXPECT_THAT(system_.takeCalls(), SizeIs(4));
     EXPECT_THAT(jniCalls_,
                 ElementsAre("GetStringUTFChars(tempDir, null)", "ReleaseStringUTFChars(tempDir)"));
     fs::remove_all(system_.root / "var");
     fs::remove(tempDir_ / "ovwalletdir");
-    EXPECT_EQ(establish(tempDir_ / "elsewhere/"), "");
-    EXPECT_EQ(establish(std::nullopt), "");
+    EXPECT_EQ(establish(tempDir_ / "elsewhere/"), "nothing");
+    EXPECT_EQ(establish(std::nullopt), "nothing");
     EXPECT_THAT(system_.takeCalls(), ElementsAre());
     EXPECT_THAT(jniCalls_, ElementsAre());
 }
@@ -187,7 +178,7 @@ TEST_F(InstallationLink, IsNotEstablishedForAPathnameThatTheJvmCannotTell) {
     std::string failure;
     const std::string pending = jvm.inNativeFrame([&] {
         jvm.failCall(1);
-        failure = failureOf([&] {
+        failure = thrownBy<OvWalletException>([&] {
             establishInstallationLink(jvm.env(), job.stringReference(tempDir_ / "", "tempDir"));
         });
     });
@@ -210,9 +201,9 @@ TEST_F(InstallationLink, IsTriedAgainAfterEveryFailure) {
                                             " failed (errno = File exists)");
     fs::remove(tempDir_ / "ovwalletdir");
     system_.takeCalls();
-    EXPECT_EQ(establish(tempDir_ / ""), "");
+    EXPECT_EQ(establish(tempDir_ / ""), "nothing");
     EXPECT_THAT(system_.takeCalls(), SizeIs(4));
-    EXPECT_EQ(establish(tempDir_ / ""), "");
+    EXPECT_EQ(establish(tempDir_ / ""), "nothing");
     EXPECT_THAT(system_.takeCalls(), ElementsAre());
 }
 
@@ -232,49 +223,33 @@ TEST_F(InstallationLink, SavesTheErrnoOfTheLinkBeforeAnythingElse) {
 }
 
 TEST_F(InstallationLink, IsEstablishedUnderTheLockWhichIsFreeAfterwards) {
-    const ProcessLockMutexes mutexes = findProcessLockMutexes();
-    int depth = 0;
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        depth += mutex == mutexes.hold ? 1 : 0;
-        return real::pthread_mutex_lock(mutex);
-    };
-    systemCalls().pthread_mutex_unlock = [&](pthread_mutex_t* mutex) {
-        depth -= mutex == mutexes.hold ? 1 : 0;
-        return real::pthread_mutex_unlock(mutex);
-    };
+    const ProcessLockDouble lock;
     const auto symlink = systemCalls().symlink;
     systemCalls().symlink = [&](const char* linkTarget, const char* path) {
-        EXPECT_EQ(depth, 1);
+        EXPECT_TRUE(lock.isHeld());
         return symlink(linkTarget, path);
     };
     writeFile(tempDir_ / "ovwalletdir", "");
-    EXPECT_NE(establish(tempDir_ / ""), "");
-    EXPECT_EQ(depth, 0);
+    EXPECT_NE(establish(tempDir_ / ""), "nothing");
+    EXPECT_FALSE(lock.isHeld());
     fs::remove(tempDir_ / "ovwalletdir");
-    EXPECT_EQ(establish(tempDir_ / ""), "");
-    EXPECT_EQ(depth, 0);
+    EXPECT_EQ(establish(tempDir_ / ""), "nothing");
+    EXPECT_FALSE(lock.isHeld());
 }
 
 TEST_F(InstallationLink, IsNotEstablishedWithoutTheLock) {
-    const ProcessLockMutexes mutexes = findProcessLockMutexes();
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        return mutex == mutexes.guard ? EINVAL : real::pthread_mutex_lock(mutex);
-    };
-    const std::string failure = establish(tempDir_ / "");
-    systemCalls().pthread_mutex_lock = nullptr;
-    EXPECT_EQ(failure, "Cannot lock mutex (errno = Invalid argument).");
+    ProcessLockDouble lock;
+    lock.failCall("lock guard");
+    EXPECT_EQ(establish(tempDir_ / ""), "Cannot lock mutex (errno = Invalid argument).");
     EXPECT_THAT(jniCalls_, ElementsAre());
 }
 
 TEST_F(InstallationLink, IsEstablishedByOneOfManyThreads) {
     // All threads are past the first look at the flag before one of them gets the lock.
-    const ProcessLockMutexes mutexes = findProcessLockMutexes();
+    ProcessLockDouble lock;
     ProcessLock::lock();
     std::atomic<int> waiting = 0;
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        waiting += mutex == mutexes.hold ? 1 : 0;
-        return real::pthread_mutex_lock(mutex);
-    };
+    lock.onCall = [&](const std::string& call) { waiting += call == "lock hold" ? 1 : 0; };
     std::vector<std::thread> threads;
     std::atomic<int> failures = 0;
     for (int i = 0; i < 4; ++i) {
@@ -282,10 +257,10 @@ TEST_F(InstallationLink, IsEstablishedByOneOfManyThreads) {
             StrictJni jvm;
             ConnectorJob job(jvm);
             jvm.inNativeFrame([&] {
-                failures += failureOf([&] {
+                failures += thrownBy<OvWalletException>([&] {
                                 establishInstallationLink(
                                     jvm.env(), job.stringReference(tempDir_ / "", "tempDir"));
-                            }).empty()
+                            }) == "nothing"
                                 ? 0
                                 : 1;
             });
@@ -311,12 +286,13 @@ TEST_F(InstallationLink, IsKnownToAThreadThatNothingElseTellsOfIt) {
             std::this_thread::yield();
         }
         StrictJni jvm;
-        failure = failureOf([&] { establishInstallationLink(jvm.env(), nullptr); });
+        failure =
+            thrownBy<OvWalletException>([&] { establishInstallationLink(jvm.env(), nullptr); });
     });
-    EXPECT_EQ(establish(tempDir_ / ""), "");
+    EXPECT_EQ(establish(tempDir_ / ""), "nothing");
     established.store(true, std::memory_order_relaxed);
     other.join();
-    EXPECT_EQ(failure, "");
+    EXPECT_EQ(failure, "nothing");
 }
 
 }  // namespace

@@ -12,6 +12,7 @@
 #include "doubles/FailingHeap.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
@@ -30,13 +31,7 @@ class InstallationSearch : public testing::Test {
     InstallationSearch() { fs::create_directory(packages_); }
 
     std::string find() {
-        try {
-            return findInstallation(command_, packages_);
-        } catch (const NotInstalledException& exception) {
-            return std::string("of the wrong type: ") + exception.what();
-        } catch (const OvWalletException& exception) {
-            return std::string("failed: ") + exception.what();
-        }
+        return outcomeOf<OvWalletException>([&] { return findInstallation(command_, packages_); });
     }
 
     void link(const std::string& target, const std::string& name) {

@@ -11,6 +11,7 @@
 
 #include "doubles/SystemCalls.h"
 #include "doubles/TemporaryDirectory.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
@@ -212,11 +213,7 @@ TEST(CanonicalPath, HidesWhatAFailedResolutionLeftInTheBuffer) {
 }
 
 std::string currentDirectoryFailure() {
-    try {
-        return "no failure: " + CurrentDirectory();
-    } catch (const OvWalletException& exception) {
-        return exception.what();
-    }
+    return thrownBy<OvWalletException>(CurrentDirectory);
 }
 
 TEST(CurrentDirectory, IsTheAbsolutePathnameOfTheWorkingDirectory) {

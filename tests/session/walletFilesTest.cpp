@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
@@ -16,12 +17,8 @@ TEST(WalletFiles, LieInTheDirectoryOfVersionAndPlatform) {
 }
 
 TEST(WalletFiles, ThatAreMissingAreNamedWithTheVersion) {
-    try {
-        throwNotInstalled("/opt/client");
-    } catch (const NotInstalledException& exception) {
-        EXPECT_STREQ(exception.what(),
-                     "Orvanta Wallet 14.10 is not installed (cannot access \"/opt/client\")");
-    }
+    EXPECT_EQ(thrownBy<NotInstalledException>([] { throwNotInstalled("/opt/client"); }),
+              "Orvanta Wallet 14.10 is not installed (cannot access \"/opt/client\")");
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 
 #include "doubles/PrivateModuleDir.h"
 #include "doubles/SandboxWallet.h"
+#include "doubles/thrown.h"
 #include "substitution/ExactBytes.h"
 #include "substitution/referenceExpansion.h"
 #include "wallet/WalletFunctionPointers.h"
@@ -49,12 +50,10 @@ class ReferenceExpansion : public ::testing::Test {
         ExactBytes mechanism(logonMechanism_);
         SecureByteVector bytes(0);
         insert(bytes, text);
-        try {
+        return outcomeOf([&]() -> std::string {
             expandReferences(bytes, wallet.get(), {id.span(), mechanism.span()});
-        } catch (const std::exception& failure) {
-            return std::string("failed: ") + failure.what();
-        }
-        return {bytes.begin(), bytes.end()};
+            return {bytes.begin(), bytes.end()};
+        });
     }
 
     static void insert(SecureByteVector& bytes, const std::string& text) {

@@ -8,6 +8,7 @@
 #include "doubles/ConnectorCalls.h"
 #include "doubles/OpenSession.h"
 #include "doubles/SandboxWallet.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
@@ -184,12 +185,9 @@ TEST(JavaArrayLength, TakesWhatJavaCanIndex) {
 TEST(JavaArrayLength, RefusesTheRest) {
     for (const std::size_t size : {std::size_t{0x80000000}, std::size_t{0x100000000},
                                    std::numeric_limits<std::size_t>::max()}) {
-        try {
-            javaArrayLength(size);
-            FAIL() << size;
-        } catch (const OvWalletException& failure) {
-            EXPECT_STREQ(failure.what(), "Array is too long for Java.");
-        }
+        EXPECT_EQ(thrownBy<OvWalletException>([=] { javaArrayLength(size); }),
+                  "Array is too long for Java.")
+            << size;
     }
 }
 

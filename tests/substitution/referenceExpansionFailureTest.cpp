@@ -5,7 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FailingHeap.h"
-#include "doubles/ProcessLockWatch.h"
+#include "doubles/ProcessLockDouble.h"
 #include "substitution/ReferenceExpansionFixture.h"
 
 namespace Orvanta_OvWallet {
@@ -131,7 +131,7 @@ TEST_F(ReferenceExpansion, WithoutMemoryItFailsAndHoldsNothing) {
 // ---- What is held while the wallet is asked.
 
 TEST_F(ReferenceExpansion, TheLockIsNotHeldWhileTheWalletIsAsked) {
-    const ProcessLockWatch lock;
+    const ProcessLockDouble lock;
     std::vector<bool> heldAtFetch;
     fetch = [&](const std::string&, LockedUTF8Vector** value) -> WalletError* {
         heldAtFetch.push_back(lock.isHeld());

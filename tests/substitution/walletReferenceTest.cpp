@@ -2,18 +2,19 @@
 
 #include <gtest/gtest.h>
 
+#include "doubles/thrown.h"
 #include "substitution/ExactBytes.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet {
 namespace {
 
-// "NAME|REST" for a name that is closed, "open" for one that is not, or the failure's message.
+// "NAME|REST" for a name that is closed, "open" for one that is not, or "failed: " and the message.
 std::string parsed(const std::string& text, const std::string& databaseId = "dbhost") {
     ExactBytes bytes("$ovwallet(" + text);
     ExactBytes id(databaseId);
     const JdbcUrlParts url{.databaseId = id.span()};
-    try {
+    return outcomeOf<OvWalletException>([&]() -> std::string {
         const WalletReference reference = readReference(bytes.span(), 0, url);
         if (reference.kind == ReferenceKind::kUnclosed) {
             return "open";
@@ -21,9 +22,7 @@ std::string parsed(const std::string& text, const std::string& databaseId = "dbh
         const std::string entryName = entryNameOf(reference, url);
         EXPECT_EQ(reference.entryNameSize, entryName.size());
         return entryName + "|" + bytes.text().substr(reference.end);
-    } catch (const OvWalletException& failure) {
-        return failure.what();
-    }
+    });
 }
 
 TEST(WalletReference, EndsAtTheFirstClosingParenthesis) {
@@ -73,28 +72,35 @@ TEST(WalletReference, TheDatabaseIdIsTakenAsItIs) {
 }
 
 TEST(WalletReference, AnyOtherMacroFails) {
-    EXPECT_EQ(parsed("$(user))"),
-              "Unsupported replacement macro, \"$(user)\", found in credential information.");
-    EXPECT_EQ(parsed("$(OVPID))"),
-              "Unsupported replacement macro, \"$(OVPID)\", found in credential information.");
-    EXPECT_EQ(parsed("$( ovpid))"),
-              "Unsupported replacement macro, \"$( ovpid)\", found in credential information.");
-    EXPECT_EQ(parsed("$(ovpid x))"),
-              "Unsupported replacement macro, \"$(ovpid x)\", found in credential information.");
+    EXPECT_EQ(
+        parsed("$(user))"),
+        "failed: Unsupported replacement macro, \"$(user)\", found in credential information.");
+    EXPECT_EQ(
+        parsed("$(OVPID))"),
+        "failed: Unsupported replacement macro, \"$(OVPID)\", found in credential information.");
+    EXPECT_EQ(
+        parsed("$( ovpid))"),
+        "failed: Unsupported replacement macro, \"$( ovpid)\", found in credential information.");
+    EXPECT_EQ(
+        parsed("$(ovpid x))"),
+        "failed: Unsupported replacement macro, \"$(ovpid x)\", found in credential information.");
     EXPECT_EQ(parsed("$())"),
-              "Unsupported replacement macro, \"$()\", found in credential information.");
+              "failed: Unsupported replacement macro, \"$()\", found in credential information.");
 }
 
 TEST(WalletReference, EscapesMeanNothingInAMacro) {
-    EXPECT_EQ(parsed("$(a\\)b))"),
-              "Unsupported replacement macro, \"$(a\\)\", found in credential information.");
+    EXPECT_EQ(
+        parsed("$(a\\)b))"),
+        "failed: Unsupported replacement macro, \"$(a\\)\", found in credential information.");
 }
 
 TEST(WalletReference, AnUnsupportedMacroFailsEvenInANameThatIsNeverClosed) {
-    EXPECT_EQ(parsed("a$(user)b"),
-              "Unsupported replacement macro, \"$(user)\", found in credential information.");
-    EXPECT_EQ(parsed("$(user)"),
-              "Unsupported replacement macro, \"$(user)\", found in credential information.");
+    EXPECT_EQ(
+        parsed("a$(user)b"),
+        "failed: Unsupported replacement macro, \"$(user)\", found in credential information.");
+    EXPECT_EQ(
+        parsed("$(user)"),
+        "failed: Unsupported replacement macro, \"$(user)\", found in credential information.");
 }
 
 TEST(WalletReference, ANameThatIsNeverClosedIsNone) {

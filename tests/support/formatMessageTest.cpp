@@ -12,6 +12,7 @@
 #include <utf8.h>
 
 #include "doubles/FailingHeap.h"
+#include "doubles/thrown.h"
 
 namespace Orvanta_OvWallet {
 namespace {
@@ -30,22 +31,13 @@ std::string format(const char* messageTemplate, ...) {
     }
 }
 
-// The whole failure, as its type and text.
 std::string failureOf(const char* messageTemplate, const char* argument) {
-    try {
-        return "no failure: " + format(messageTemplate, argument);
-    } catch (const utf8::invalid_utf8& failure) {
-        return std::string("invalid_utf8: ") + failure.what();
-    } catch (const utf8::not_enough_room& failure) {
-        return std::string("not_enough_room: ") + failure.what();
-    } catch (const utf8::invalid_code_point& failure) {
-        return std::string("invalid_code_point: ") + failure.what();
-    }
+    return thrownBy([=] { format(messageTemplate, argument); });
 }
 
-constexpr const char* kInvalid = "invalid_utf8: Invalid UTF-8";
-constexpr const char* kCutShort = "not_enough_room: Not enough space";
-constexpr const char* kNoCodePoint = "invalid_code_point: Invalid code point";
+constexpr const char* kInvalid = "Invalid UTF-8";
+constexpr const char* kCutShort = "Not enough space";
+constexpr const char* kNoCodePoint = "Invalid code point";
 
 TEST(FormatMessage, CopiesTextWithoutConversions) {
     EXPECT_EQ(format(""), "");

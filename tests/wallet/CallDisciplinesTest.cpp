@@ -10,6 +10,7 @@
 #include "doubles/ClientLibraryDouble.h"
 #include "doubles/SystemCalls.h"
 #include "doubles/thrown.h"
+#include "support/OvWalletException.h"
 #include "wallet/WalletApi.h"
 
 namespace Orvanta_OvWallet {
@@ -203,13 +204,14 @@ TEST_F(LoadFirst, LetsAnythingButAStandardExceptionPassWithTheLibraryStillOpen) 
 }
 
 TEST_F(LoadFirst, TurnsALockFailureIntoAnErrorWithoutACall) {
-    library_.failLocks({1});
+    library_.lock.failCall("lock guard");
     EXPECT_EQ(taken(makeWallet()), std::string("11 ") + kCannotLock);
     EXPECT_EQ(uses(), 0U);
 }
 
 TEST_F(LoadFirst, ReportsExhaustionWhenTheErrorCannotBeRegisteredEither) {
-    library_.failLocks({1, 2});
+    library_.lock.failCall("lock guard", 1);
+    library_.lock.failCall("lock guard", 2);
     EXPECT_EQ(makeWallet(), outOfMemoryError());
     EXPECT_THAT(events(), ElementsAre("lock fails", "lock fails"));
     EXPECT_EQ(uses(), 0U);
@@ -250,7 +252,7 @@ TEST_F(RetainAlways, TurnsALockFailureAfterTheCallIntoAnErrorAndLeavesTheRestWhe
     openWithUses(1);
     LockedUTF8Vector* value = nullptr;
     library_.onCall = [&](const std::string&) { value = kVector; };
-    library_.failLocks({1});
+    library_.lock.failCall("lock guard");
     WalletError* const error = OvWallet_getStringValue(kWallet, "name", &value);
     EXPECT_THAT(events(),
                 ElementsAre("call OvWallet_getStringValue", "lock fails", "lock", "unlock"));
@@ -296,7 +298,7 @@ TEST_F(RetainOnError, TurnsAnExceptionOfTheLibraryIntoAnErrorWithoutAUse) {
 TEST_F(RetainOnError, TurnsALockFailureAfterTheCallIntoAnError) {
     openWithUses(1);
     library_.error = kLibraryError;
-    library_.failLocks({1});
+    library_.lock.failCall("lock guard");
     EXPECT_EQ(taken(deleteString()), std::string("11 ") + kCannotLock);
     EXPECT_EQ(uses(), 1U);
 }
@@ -331,7 +333,7 @@ TEST_F(Release, ThrowsWhenTheLibraryCannotBeClosedAndTheUseIsGone) {
 
 TEST_F(Release, ThrowsALockFailureAndKeepsTheUse) {
     openWithUses(1);
-    library_.failLocks({1});
+    library_.lock.failCall("lock guard");
     EXPECT_EQ(thrownBy([] { OvWallet_freeV1(kWallet); }), kCannotLock);
     EXPECT_THAT(events(), ElementsAre("call OvWallet_freeV1", "lock fails"));
     EXPECT_EQ(uses(), 1U);
@@ -407,7 +409,7 @@ TEST_F(FreeError, ThrowsWhenTheLibraryCannotBeClosed) {
 
 TEST_F(FreeError, ThrowsALockFailureAndFreesNothing) {
     openWithUses(1);
-    library_.failLocks({1});
+    library_.lock.failCall("lock guard");
     EXPECT_EQ(thrownBy([] { OvWallet_freeError(kLibraryError); }), kCannotLock);
     EXPECT_THAT(events(), ElementsAre("lock fails"));
     EXPECT_EQ(uses(), 1U);
@@ -461,9 +463,9 @@ TEST_F(ErrorAccessor, KeepsTheTextOfAnErrorOfOurOwnUntilItIsFreed) {
 
 TEST_F(ErrorAccessor, ThrowsALockFailureWithoutACall) {
     openWithUses(1);
-    library_.failLocks({1});
+    library_.lock.failCall("lock guard");
     EXPECT_EQ(thrownBy([] { OvWallet_getErrorCode(kLibraryError); }), kCannotLock);
-    library_.failLocks({1});
+    library_.lock.failCall("lock guard");
     EXPECT_EQ(thrownBy([] { OvWallet_getErrorDescription(kLibraryError); }), kCannotLock);
     EXPECT_THAT(events(), ElementsAre("lock fails", "lock fails"));
 }
@@ -486,7 +488,7 @@ TEST_F(PlainUnderLock, AsksTheLibraryEvenAboutErrorsOfOurOwn) {
 
 TEST_F(PlainUnderLock, ThrowsALockFailureWithoutACall) {
     openWithUses(1);
-    library_.failLocks({1});
+    library_.lock.failCall("lock guard");
     EXPECT_EQ(thrownBy([] { OvWallet_getStringName(kLibraryError); }), kCannotLock);
     EXPECT_THAT(events(), ElementsAre("lock fails"));
 }

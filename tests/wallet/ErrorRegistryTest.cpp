@@ -1,6 +1,5 @@
 #include "wallet/ErrorRegistry.h"
 
-#include <cerrno>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -9,8 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FailingHeap.h"
-#include "doubles/ProcessLockMutexes.h"
-#include "doubles/SystemCalls.h"
+#include "doubles/ProcessLockDouble.h"
 #include "wallet/ProcessLock.h"
 
 namespace Orvanta_OvWallet::PrivateStuff {
@@ -100,13 +98,12 @@ TEST(ErrorRegistry, GivesTheOutOfMemoryErrorWheneverAnAllocationFailsAndLeaksNot
 }
 
 TEST(ErrorRegistry, GivesTheOutOfMemoryErrorWhenTheLockFails) {
-    const ProcessLockMutexes mutexes = findProcessLockMutexes();
+    ProcessLockDouble lock;
+    lock.failCall("lock guard");
+    lock.takeCalls();
     const std::int64_t before = FailingHeap::liveAllocations();
-    systemCalls().pthread_mutex_lock = [&](pthread_mutex_t* mutex) {
-        return mutex == mutexes.guard ? EINVAL : real::pthread_mutex_lock(mutex);
-    };
     EXPECT_EQ(errorFromException(kFailure, kFailureCode), outOfMemoryError());
-    systemCalls().pthread_mutex_lock = nullptr;
+    EXPECT_EQ(lock.takeCalls(), ProcessLockDouble::Calls{"lock guard"}) << "tried once";
     EXPECT_EQ(FailingHeap::liveAllocations(), before);
 }
 

@@ -145,16 +145,9 @@ TEST_F(LibraryLoader, ReportsALibraryThatIsThereButCannotBeOpened) {
     systemCalls().access = [](const char*, int) { return 0; };
     library_.openFailures = 1;
     library_.reason = "it is 100%s wrong";
-    try {
-        table_.load();
-        FAIL() << "nothing was thrown";
-    } catch (const NotInstalledException&) {
-        FAIL() << "it is installed";
-    } catch (const OvWalletException& exception) {
-        EXPECT_STREQ(exception.what(),
-                     "Cannot load the \"/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\" library "
-                     "because: it is 100%s wrong");
-    }
+    EXPECT_EQ(thrownBy<OvWalletException>([&] { table_.load(); }),
+              "Cannot load the \"/14.10/ovwallet/redhatlinux-x8664/libovwallet.so\" library "
+              "because: it is 100%s wrong");
     EXPECT_TRUE(table_.useCount().isZero());
     EXPECT_TRUE(library_.resolved().empty());
 }

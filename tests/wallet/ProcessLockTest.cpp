@@ -15,14 +15,42 @@
 #include <gtest/gtest.h>
 
 #include "doubles/FailingHeap.h"
-#include "doubles/SystemCalls.h"
+#include "doubles/ProcessLockDouble.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
-#include "wallet/ProcessLockFixture.h"
 
 namespace Orvanta_OvWallet {
 namespace {
 
-using ProcessLockTest = ProcessLockFixture;
+using Calls = ProcessLockDouble::Calls;
+
+const Calls kEnter = {"lock guard", "unlock guard", "lock hold", "lock guard", "unlock guard"};
+const Calls kEnterAgain = {"lock guard", "unlock guard"};
+const Calls kLeaveOneLevel = {"lock guard", "unlock guard"};
+const Calls kLeave = {"lock guard", "unlock guard", "unlock hold"};
+
+class ProcessLockTest : public ::testing::Test {
+  protected:
+    // The calls that the action makes.
+    Calls callsOf(const std::function<void()>& action) {
+        lock_.takeCalls();
+        action();
+        return lock_.takeCalls();
+    }
+
+    // Nobody owns the lock and any thread can take it.
+    void expectFree() {
+        EXPECT_FALSE(lock_.isGuardLocked());
+        EXPECT_FALSE(lock_.isHeld());
+        std::thread other([this] {
+            EXPECT_EQ(callsOf(ProcessLock::lock), kEnter);
+            EXPECT_EQ(callsOf(ProcessLock::unlock), kLeave);
+        });
+        other.join();
+    }
+
+    ProcessLockDouble lock_;
+};
 
 static_assert(!std::is_copy_constructible_v<ProcessLockGuard>);
 static_assert(!std::is_copy_assignable_v<ProcessLockGuard>);
@@ -30,8 +58,8 @@ static_assert(!std::is_nothrow_destructible_v<ProcessLockGuard>);
 
 TEST_F(ProcessLockTest, IsBuiltFromTwoMutexes) {
     EXPECT_EQ(callsOf(ProcessLock::lock), kEnter);
-    EXPECT_FALSE(holdMutexIsFree());
-    EXPECT_TRUE(guardMutexIsFree());
+    EXPECT_TRUE(lock_.isHeld());
+    EXPECT_FALSE(lock_.isGuardLocked());
     EXPECT_EQ(callsOf(ProcessLock::unlock), kLeave);
     expectFree();
 }
@@ -42,7 +70,7 @@ TEST_F(ProcessLockTest, TakenThreeTimesIsFreeOnlyAfterTheThirdUnlock) {
     EXPECT_EQ(callsOf(ProcessLock::lock), kEnterAgain);
     EXPECT_EQ(callsOf(ProcessLock::unlock), kLeaveOneLevel);
     EXPECT_EQ(callsOf(ProcessLock::unlock), kLeaveOneLevel);
-    EXPECT_FALSE(holdMutexIsFree());
+    EXPECT_TRUE(lock_.isHeld());
     EXPECT_EQ(callsOf(ProcessLock::unlock), kLeave);
     expectFree();
 }
@@ -68,7 +96,7 @@ TEST_F(ProcessLockTest, AThreadThatTookTheIdentityOfAnEndedHolderEntersLikeAnyOt
 TEST_F(ProcessLockTest, ASecondThreadWaitsForTheLastOfSeveralLevels) {
     std::binary_semaphore waiting(0);
     bool entered = false;
-    beforeLock_ = [&](const std::string& call) {
+    lock_.onCall = [&](const std::string& call) {
         if (call == "lock hold") {
             waiting.release();
         }
@@ -85,7 +113,7 @@ TEST_F(ProcessLockTest, ASecondThreadWaitsForTheLastOfSeveralLevels) {
     waiting.acquire();
     ProcessLock::unlock();
     ProcessLock::unlock();
-    EXPECT_FALSE(holdMutexIsFree());
+    EXPECT_TRUE(lock_.isHeld());
     EXPECT_FALSE(entered);
     ProcessLock::unlock();
     other.join();
@@ -96,14 +124,13 @@ TEST_F(ProcessLockTest, ASecondThreadWaitsForTheLastOfSeveralLevels) {
 TEST_F(ProcessLockTest, AWaitingThreadLeavesTheHoldersCountAsItWas) {
     std::binary_semaphore waiting(0);
     ProcessLock::lock();
-    beforeLock_ = [&](const std::string& call) {
+    lock_.onCall = [&](const std::string& call) {
         if (call == "lock hold") {
             waiting.release();
         }
     };
     std::thread other([] { const ProcessLockGuard lock; });
     waiting.acquire();
-    forgetCalls();
     EXPECT_EQ(callsOf(ProcessLock::lock), kEnterAgain);
     EXPECT_EQ(callsOf(ProcessLock::unlock), kLeaveOneLevel);
     ProcessLock::unlock();
@@ -123,7 +150,7 @@ TEST_F(ProcessLockTest, AStaleOwnerWaitsForAThreadThatIsEntering) {
     std::binary_semaphore waiting(0);
     int guardLocks = 0;
     bool entered = false;
-    beforeLock_ = [&](const std::string& call) {
+    lock_.onCall = [&](const std::string& call) {
         if (std::this_thread::get_id() == staleOwner) {
             if (call == "lock hold") {
                 waiting.release();
@@ -148,12 +175,12 @@ TEST_F(ProcessLockTest, AStaleOwnerWaitsForAThreadThatIsEntering) {
     ProcessLock::unlock();
     other.join();
     resume.join();
-    beforeLock_ = nullptr;
+    lock_.onCall = nullptr;
     expectFree();
 }
 
 TEST_F(ProcessLockTest, FailsWhenTheGuardMutexCannotBeLocked) {
-    failCall("lock guard", 1, EINVAL);
+    lock_.failCall("lock guard", 1, EINVAL);
     EXPECT_EQ(callsOf([] {
                   EXPECT_EQ(thrownBy(ProcessLock::lock),
                             "Cannot lock mutex (errno = Invalid argument).");
@@ -163,7 +190,7 @@ TEST_F(ProcessLockTest, FailsWhenTheGuardMutexCannotBeLocked) {
 }
 
 TEST_F(ProcessLockTest, FailsWhenTheHoldMutexCannotBeLocked) {
-    failCall("lock hold", 1, EDEADLK);
+    lock_.failCall("lock hold", 1, EDEADLK);
     EXPECT_EQ(callsOf([] {
                   EXPECT_EQ(thrownBy(ProcessLock::lock),
                             "Cannot lock mutex (errno = Resource deadlock avoided).");
@@ -173,7 +200,7 @@ TEST_F(ProcessLockTest, FailsWhenTheHoldMutexCannotBeLocked) {
 }
 
 TEST_F(ProcessLockTest, GivesTheHoldMutexBackWhenTheGuardMutexCannotBeLockedAgain) {
-    failCall("lock guard", 2, EAGAIN);
+    lock_.failCall("lock guard", 2, EAGAIN);
     EXPECT_EQ(callsOf([] {
                   EXPECT_EQ(thrownBy(ProcessLock::lock),
                             "Cannot lock mutex (errno = Resource temporarily unavailable).");
@@ -183,35 +210,35 @@ TEST_F(ProcessLockTest, GivesTheHoldMutexBackWhenTheGuardMutexCannotBeLockedAgai
 }
 
 TEST_F(ProcessLockTest, SaysTheReturnedErrorAndNotErrno) {
-    failCall("lock guard", 1, EPERM);
+    lock_.failCall("lock guard", 1, EPERM);
     errno = EIO;
     EXPECT_EQ(thrownBy(ProcessLock::lock), "Cannot lock mutex (errno = Operation not permitted).");
 }
 
 TEST_F(ProcessLockTest, AFailedSecondLevelLeavesTheFirstAsItWas) {
     ProcessLock::lock();
-    failCall("lock guard", 1, EINVAL);
+    lock_.failCall("lock guard", 1, EINVAL);
     EXPECT_EQ(thrownBy(ProcessLock::lock), "Cannot lock mutex (errno = Invalid argument).");
-    EXPECT_FALSE(holdMutexIsFree());
+    EXPECT_TRUE(lock_.isHeld());
     EXPECT_EQ(callsOf(ProcessLock::unlock), kLeave);
     expectFree();
 }
 
 TEST_F(ProcessLockTest, AFailedUnlockKeepsTheLock) {
     ProcessLock::lock();
-    failCall("lock guard", 1, EINVAL);
+    lock_.failCall("lock guard", 1, EINVAL);
     EXPECT_EQ(callsOf([] {
                   EXPECT_EQ(thrownBy(ProcessLock::unlock),
                             "Cannot lock mutex (errno = Invalid argument).");
               }),
               Calls{"lock guard"});
-    EXPECT_FALSE(holdMutexIsFree());
+    EXPECT_TRUE(lock_.isHeld());
     EXPECT_EQ(callsOf(ProcessLock::unlock), kLeave);
     expectFree();
 }
 
 TEST_F(ProcessLockTest, IgnoresWhatUnlockingAMutexReturns) {
-    unlockResult_ = EPERM;
+    lock_.unlockResult = EPERM;
     EXPECT_EQ(callsOf(ProcessLock::lock), kEnter);
     EXPECT_EQ(callsOf(ProcessLock::lock), kEnterAgain);
     EXPECT_EQ(callsOf(ProcessLock::unlock), kLeaveOneLevel);
@@ -224,11 +251,9 @@ TEST(ProcessLock, ThatCannotBeTakenForTheFirstTimeForWantOfMemoryIsFree) {
         const FailingHeap heap(1);
         EXPECT_THROW(ProcessLock::lock(), std::bad_alloc);
     }
-    const ProcessLockMutexes mutexes = findProcessLockMutexes();
-    for (pthread_mutex_t* const mutex : {mutexes.guard, mutexes.hold}) {
-        ASSERT_EQ(::pthread_mutex_trylock(mutex), 0);
-        ::pthread_mutex_unlock(mutex);
-    }
+    const ProcessLockDouble lock;
+    EXPECT_FALSE(lock.isGuardLocked());
+    EXPECT_FALSE(lock.isHeld());
 }
 
 TEST(ProcessLock, IsTakenWithoutMemoryOnceItWasTaken) {
@@ -252,7 +277,7 @@ TEST_F(ProcessLockTest, AGuardOwnsOneLevelForAsLongAsItLives) {
 }
 
 TEST_F(ProcessLockTest, AGuardThatCannotLockUnlocksNothing) {
-    failCall("lock guard", 1, EINVAL);
+    lock_.failCall("lock guard", 1, EINVAL);
     EXPECT_EQ(callsOf([] {
                   EXPECT_EQ(thrownBy([] { const ProcessLockGuard lock; }),
                             "Cannot lock mutex (errno = Invalid argument).");
@@ -264,10 +289,10 @@ TEST_F(ProcessLockTest, AGuardThatCannotLockUnlocksNothing) {
 TEST_F(ProcessLockTest, AGuardReportsThatItsUnlockFailedAndKeepsTheLock) {
     EXPECT_EQ(thrownBy([this] {
                   const ProcessLockGuard lock;
-                  failCall("lock guard", 1, EINVAL);
+                  lock_.failCall("lock guard", 1, EINVAL);
               }),
               "Cannot lock mutex (errno = Invalid argument).");
-    EXPECT_FALSE(holdMutexIsFree());
+    EXPECT_TRUE(lock_.isHeld());
     ProcessLock::unlock();
     expectFree();
 }
@@ -275,7 +300,7 @@ TEST_F(ProcessLockTest, AGuardReportsThatItsUnlockFailedAndKeepsTheLock) {
 TEST_F(ProcessLockTest, AGuardWhoseUnlockFailsWhileUnwindingLeavesTheFirstFailure) {
     EXPECT_EQ(thrownBy([this] {
                   const ProcessLockGuard lock;
-                  failCall("lock guard", 1, EINVAL);
+                  lock_.failCall("lock guard", 1, EINVAL);
                   throw OvWalletException("the first failure");
               }),
               "the first failure");
@@ -307,7 +332,7 @@ TEST_F(ProcessLockTest, AGuardMadeWhileUnwindingReportsItsOwnFailure) {
                   const UsesTheLock user([&] {
                       ownFailure = thrownBy([this] {
                           const ProcessLockGuard lock;
-                          failCall("lock guard", 1, EINVAL);
+                          lock_.failCall("lock guard", 1, EINVAL);
                       });
                   });
                   throw OvWalletException("the first failure");
@@ -322,7 +347,7 @@ TEST_F(ProcessLockTest, GuardsNestOnOneThread) {
     const auto outer = std::make_unique<ProcessLockGuard>();
     EXPECT_EQ(callsOf([] { const ProcessLockGuard inner; }),
               (Calls{"lock guard", "unlock guard", "lock guard", "unlock guard"}));
-    EXPECT_FALSE(holdMutexIsFree());
+    EXPECT_TRUE(lock_.isHeld());
 }
 
 // The identity of a thread that has ended is free for the next one.

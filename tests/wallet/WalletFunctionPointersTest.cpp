@@ -8,6 +8,7 @@
 
 #include "doubles/ClientLibraryDouble.h"
 #include "doubles/SystemCalls.h"
+#include "doubles/thrown.h"
 #include "support/OvWalletException.h"
 
 namespace Orvanta_OvWallet::PrivateStuff {
@@ -120,14 +121,9 @@ TEST(WalletFunctionPointers, AreAllRequired) {
     for (const Row& row : kRows) {
         ClientLibraryDouble library;
         library.missing = row.name;
-        try {
-            walletFunctions().load();
-            ADD_FAILURE() << row.name;
-        } catch (const OvWalletException& exception) {
-            EXPECT_EQ(std::string(exception.what()),
-                      std::string("Cannot find the \"") + row.name + "\" function in the \"" +
-                          ClientLibraryDouble::kPath + "\" library because: why");
-        }
+        EXPECT_EQ(thrownBy<OvWalletException>([] { walletFunctions().load(); }),
+                  std::string("Cannot find the \"") + row.name + "\" function in the \"" +
+                      ClientLibraryDouble::kPath + "\" library because: why");
         EXPECT_THAT(library.takeEvents(),
                     testing::ElementsAre(std::string("dlopen ") + ClientLibraryDouble::kPath,
                                          "dlerror", "dlclose"));

@@ -142,7 +142,7 @@ TEST_F(WalletOwnerTest, ReportsTheErrorEvenWhenFreeingItFails) {
 }
 
 TEST_F(WalletOwnerTest, FreesTheErrorWhenItsDescriptionCannotBeRead) {
-    library_.failLocks({1});
+    library_.lock.failCall("lock guard");
     EXPECT_EQ(thrownFor(kError), "Cannot lock mutex (errno = Invalid argument).");
     EXPECT_THAT(
         library_.takeEvents(),
