@@ -32,9 +32,8 @@ inline void retainLibrary() {
     walletFunctions().load();
 }
 
-// Drops one use under the lock, closing the library when it was the last. Throws OvWalletException
-// "Cannot unload the "PATH" library because: TEXT"; the use is dropped all the same. It stays when
-// the lock cannot be had.
+// Drops one use under the lock, closing the library when it was the last. The use is dropped even
+// when closing fails and throws; it stays when the lock cannot be had.
 inline void releaseLibrary() {
     const ProcessLockGuard lock;
     walletFunctions().release();

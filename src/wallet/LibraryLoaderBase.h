@@ -21,21 +21,23 @@
 
 namespace Orvanta_OvWallet::PrivateStuff {
 
+// The three steps of the loader. Their OvWalletException says what failed, with the pathname and
+// the dynamic loader's own text; where one of these is not UTF-8, the formatter's exception leaves.
+
 // Finds and opens the library. Sets path to its pathname and handle to the dynamic loader's handle.
-// Throws what ModuleLocator throws, and
-//   NotInstalledException  Orvanta Wallet 14.10 is not installed (cannot access "PATH")
-//   OvWalletException      Cannot load the "PATH" library because: TEXT
+// Throws what ModuleLocator throws, NotInstalledException when there is no such file, and
+// OvWalletException when the file cannot be loaded.
 void openLibrary(std::string& path, void*& handle);
 
-// Throws OvWalletException "Cannot unload the "PATH" library because: TEXT" when closing fails.
+// Throws OvWalletException when closing fails.
 void closeLibrary(const std::string& path, void* handle);
 
-// The address of an entry point. Throws OvWalletException
-// "Cannot find the "NAME" function in the "PATH" library because: TEXT".
+// The address of an entry point. Throws OvWalletException when the library has none of that name.
 void* findEntryPoint(const std::string& path, void* handle, const char* name);
 
 // The text for a loader failure: messageTemplate takes the pathname and then " because: " with the
 // dynamic loader's own text, or nothing when it has none to tell. Takes that text from the loader.
+// Throws what formatMessage throws.
 std::string loaderMessage(const char* messageTemplate, const std::string& path);
 
 template <typename T>
@@ -46,8 +48,9 @@ class LibraryLoaderBase_t {
     LibraryLoaderBase_t(const LibraryLoaderBase_t&) = delete;
     LibraryLoaderBase_t& operator=(const LibraryLoaderBase_t&) = delete;
 
-    // Adds one use; the first opens the library and resolves the table. Throws what
-    // openLibrary and findEntryPoint throw; count and library are then as before.
+    // Adds one use; the first opens the library and resolves the table. Throws what openLibrary and
+    // findEntryPoint throw, or closeLibrary when that fails after findEntryPoint did; the use count
+    // is then as before, and the library closed.
     void load() {
         useCount_.increment();
         if (!useCount_.isOne()) {
@@ -61,8 +64,8 @@ class LibraryLoaderBase_t {
         }
     }
 
-    // Drops one use; the last closes the library. Throws what closeLibrary throws; the use
-    // is dropped all the same. Precondition: there is a use.
+    // Drops one use; the last closes the library. Throws what closeLibrary throws; the use is
+    // dropped all the same. Precondition: there is a use.
     void release() {
         useCount_.decrement();
         if (useCount_.isZero()) {

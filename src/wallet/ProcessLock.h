@@ -14,11 +14,10 @@
 // count as it was, waits for the hold mutex without the guard mutex, and then enters itself.
 // The hold mutex is never requested while the guard mutex is held.
 //
-// Errors: when a mutex cannot be locked, OvWalletException "Cannot lock mutex (errno = TEXT)."; the
-// count is unchanged and no mutex stays locked that was not locked before. Nothing is tried a
-// second time: a mutex of this kind does not refuse, so no user of the lock prepares for it either.
-// Results of unlocking a mutex are ignored. std::bad_alloc may leave lock(), but only before it has
-// been taken for the first time.
+// Errors: OvWalletException when a mutex cannot be locked; the count is unchanged and no mutex
+// stays locked that was not locked before. Nothing is tried a second time: a mutex of this kind
+// does not refuse, so no user of the lock prepares for it either. Results of unlocking a mutex are
+// ignored. std::bad_alloc may leave lock(), but only before it has been taken for the first time.
 //
 // Any thread may call. There is no fairness beyond that of the hold mutex.
 #pragma once

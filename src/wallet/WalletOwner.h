@@ -58,17 +58,17 @@ auto copyingExceptions(const Call& call) {
 }
 
 // Throws OvWalletException with the error object's description in the place of the template's one
-// "%s", and frees the error object, which is not null. If the client library throws in the place of
-// describing it, its own message is all there is. A description that is not UTF-8 leaves as the
-// exception of formatMessage that says so.
+// "%s", or the formatter's exception when the description is not UTF-8. If the client library
+// throws in the place of describing it, its own message is all there is. The error object, which is
+// not null, is freed in any case.
 [[noreturn]] void throwWalletError(const char* messageTemplate, WalletError* error);
 
 // The template of openWallet's failure.
 inline constexpr const char* kCannotUseWallet = "Attempt to use Orvanta Wallet failed because: %s";
 
 // Opens the wallet of the effective user, loading the client library when nothing keeps it loaded.
-// The caller frees the wallet, best through an OwnedWallet; it may be null. Throws
-// OvWalletException "Attempt to use Orvanta Wallet failed because: TEXT".
+// The caller frees the wallet, best through an OwnedWallet; it may be null. Throws as
+// throwWalletError does, with the template above.
 Wallet* openWallet();
 
 }  // namespace Orvanta_OvWallet
