@@ -57,10 +57,11 @@ class InstallationLink : public testing::Test {
         jniCalls_ = jvm.takeCalls();
         return failure;
     }
-    std::string create(const std::string& tempDir) {
-        return thrownBy<OvWalletException>([&] {
-            createLink(plannedLink(tempDir, findInstallation(kCommandLink, kPackageDatabase)));
-        });
+    static void link(const std::string& tempDir) {
+        createLink(plannedLink(tempDir, findInstallation(kCommandLink, kPackageDatabase)));
+    }
+    static std::string create(const std::string& tempDir) {
+        return thrownBy<OvWalletException>([&] { link(tempDir); });
     }
 
     std::string target() const { return base_ + "/orvanta/client/ovwallet"; }
@@ -108,9 +109,7 @@ TEST_F(InstallationLink, LiesInADirectoryOfAnyName) {
 // The JVM tells a character beyond the basic plane as two surrogates of three bytes each.
 TEST_F(InstallationLink, LiesInADirectoryThatTheJvmTellsInItsOwnForm) {
     const std::string directory = tempDir_ / "\xED\xA0\xBD\xED\xB8\x80/";
-    const auto findBase = [] { return findInstallation(kCommandLink, kPackageDatabase); };
-    EXPECT_THROW(createLink(plannedLink(directory, findBase())), utf8::invalid_code_point)
-        << "there is no such directory";
+    EXPECT_THROW(link(directory), utf8::invalid_code_point) << "there is no such directory";
     fs::create_directory(directory);
     EXPECT_EQ(create(directory), "nothing");
     EXPECT_EQ(fs::read_symlink(directory + "ovwalletdir"), target());
