@@ -16,7 +16,7 @@ import walletcaller.harness.ChildJvm;
 class DifferentialTest extends ProcessTest {
     private static final int SEED = Count.fromEnvironment("WALLETCALLER_SEED", 20240611);
     private static final int CASES = Count.fromEnvironment("WALLETCALLER_CASES", 20_000);
-    private static final int TEXTS = Count.fromEnvironment("WALLETCALLER_TEXTS", 100_000);
+    private static final int TEXTS = Count.fromEnvironment("WALLETCALLER_TEXTS", 20_000);
 
     @Test
     void theLibraryDoesWhatTheModelPredicts() {
