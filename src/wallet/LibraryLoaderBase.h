@@ -50,7 +50,7 @@ class LibraryLoaderBase_t {
 
     // Adds one use; the first opens the library and resolves the table. Throws what openLibrary and
     // findEntryPoint throw, or closeLibrary when that fails after findEntryPoint did; the use count
-    // is then as before, and the library closed.
+    // is then as before, and the library closed unless closing failed.
     void load() {
         useCount_.increment();
         if (!useCount_.isOne()) {

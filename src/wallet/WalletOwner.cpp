@@ -3,6 +3,7 @@
 #include "support/formatMessage.h"
 
 namespace Orvanta_OvWallet {
+
 void throwWalletError(const char* messageTemplate, WalletError* error) {
     const OwnedWalletError owner(error);
     const char* const description =
