@@ -178,6 +178,14 @@ def other_soname(b):
     b.build(linking=["-Wl,-soname,libWalletCaller.so"])
 
 
+@case("position independent")
+def fixed_addresses(b):
+    b.build()
+    with open(b.file, "r+b") as file:
+        file.seek(16)
+        file.write((2).to_bytes(2, "little"))
+
+
 @case("text relocations")
 def address_in_code(b):
     b.build(f'__asm__(".text\\n.quad {ENTRY}");', linking=["-Wl,-z,notext"])
