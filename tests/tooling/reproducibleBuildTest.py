@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The same sources give the same bytes in another directory: reproducibleBuildTest.py FILE DIRECTORY
 
-Compared are the shipped file and all packages. FILE is the shipped file as it was built; the packages of
+Compared are the shipped files and all packages. FILE is the shipped file as it was built; the packages of
 its build tree are put into the directory "packages" there. DIRECTORY gets a copy of the sources and a build tree beside it,
 which stays, so that the next run builds only what has changed.
 """
@@ -29,7 +29,8 @@ def main():
     subprocess.run(["cmake", "--build", tree, "-j2", "--target", "WalletCaller", "walletcaller",
                     "package_texts", "sandbox"], check=True)
 
-    for name in os.path.basename(built), os.path.basename(built) + ".debug":
+    library = os.path.basename(built)
+    for name in library, library + ".debug", "walletcaller", "walletcaller.debug":
         first, second = os.path.join(os.path.dirname(built), name), os.path.join(tree, name)
         if not filecmp.cmp(first, second, shallow=False):
             sys.exit(f"{first} and {second} differ; compare them with objdump -s and readelf --debug-dump. "
