@@ -43,7 +43,7 @@ struct JavaClass {
     std::deque<JavaMethod> methods;
     std::deque<JavaStaticField> staticFields;
 
-    // What stands behind the last slash.
+    // What stands after the last slash.
     std::string simpleName() const;
     bool isOrExtends(const JavaClass& other) const;
 };

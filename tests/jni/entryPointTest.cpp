@@ -127,7 +127,7 @@ TEST_F(EntryPoint, TheWalletIsReleasedBeforeTheFailureIsReported) {
     EXPECT_EQ(walletsLeft, 0);
 }
 
-TEST_F(EntryPoint, AnUnsupportedSubMacroIsReported) {
+TEST_F(EntryPoint, AnUnsupportedMacroIsReported) {
     job_.properties["OutputOrvantaUserName"] = "$ovwallet($(user))";
     EXPECT_EQ(call(), connectorException("Unsupported replacement macro, \"$(user)\", found in "
                                          "credential information."));

@@ -26,7 +26,7 @@ final class CallModel {
 
     /** Predicts a call; what it meets on its way is added to {@code seen}. */
     static Outcome predict(TestCase testCase, Set<Branch> seen) {
-        return predict(testCase, testCase.wallet()::get, MacroModel.BOUND, seen);
+        return predict(testCase, testCase.wallet()::get, ReferenceModel.BOUND, seen);
     }
 
     static Outcome predict(TestCase testCase, Wallet wallet, int bound, Set<Branch> seen) {
@@ -60,7 +60,7 @@ final class CallModel {
             return;
         }
         try {
-            texts.put(property, new MacroModel(databaseId, this::fetch, bound, seen).expand(text));
+            texts.put(property, new ReferenceModel(databaseId, this::fetch, bound, seen).expand(text));
             written.add(property);
         } catch (ModelFailure failure) {
             seen.add(Branch.valueOf("FAILED_IN_" + property.name()));

@@ -59,20 +59,20 @@ final class CaseGenerator {
         String left = "$ovwallet".substring(0, half);
         String right = "$ovwallet".substring(half) + dice.oneOf("", "(a)", "(b", "(", "x");
         String entry = "join" + dice.between(1, 9);
-        String macro = "$ovwallet(" + entry + ")";
+        String reference = "$ovwallet(" + entry + ")";
         switch (dice.between(0, 3)) {
             case 0:
                 testCase.wallet().put(entry, right);
-                return texts.text() + left + macro;
+                return texts.text() + left + reference;
             case 1:
                 testCase.wallet().put(entry, left);
-                return macro + right + texts.text();
+                return reference + right + texts.text();
             case 2:
                 testCase.wallet().put(entry, "");
-                return left + macro + right;
+                return left + reference + right;
             default:
                 testCase.wallet().put(entry, dice.oneOf("$ovwallet", "$ovwallet(", "$ovwallet(a"));
-                return macro + dice.oneOf("(a)", ")", "b)", "", "\\)c)");
+                return reference + dice.oneOf("(a)", ")", "b)", "", "\\)c)");
         }
     }
 
@@ -89,13 +89,13 @@ final class CaseGenerator {
 
     /** A wallet that decides about an entry when it is first asked for it. */
     private static final class MadeUpWallet implements Wallet {
-        private static final int MOST_WITH_MACROS = 6;
+        private static final int MOST_WITH_REFERENCES = 6;
 
         private final TestCase testCase;
         private final Dice dice;
         private final TextGenerator texts;
         private final Set<String> missing = new HashSet<>();
-        private int withMacros;
+        private int withReferences;
 
         MadeUpWallet(TestCase testCase, Dice dice) {
             this.testCase = testCase;
@@ -114,9 +114,9 @@ final class CaseGenerator {
         private void makeUp(String name) {
             if (name.isEmpty() || dice.percent(3)) {
                 missing.add(name);
-            } else if (withMacros < MOST_WITH_MACROS && dice.percent(25)) {
-                withMacros++;
-                testCase.wallet().put(name, texts.valueWithMacro());
+            } else if (withReferences < MOST_WITH_REFERENCES && dice.percent(25)) {
+                withReferences++;
+                testCase.wallet().put(name, texts.valueWithReference());
             } else {
                 testCase.wallet().put(name, texts.plainValue());
             }

@@ -4,7 +4,7 @@ import java.util.SortedMap;
 
 /**
  * Texts around the bound on replacements: values that lead back to themselves, and values and texts
- * that hold about as many macros as the bound allows.
+ * that hold about as many references as the bound allows.
  */
 final class LoopGenerator {
     private final Dice dice;
@@ -42,7 +42,7 @@ final class LoopGenerator {
                 wallet.put("nothing", "");
                 return "$ovwall$ovwallet(nothing)et(drop)";
             case 6:
-                // The last macro of the value decides whether the bound is passed.
+                // The last reference of the value decides whether the bound is passed.
                 wallet.put("many", "$ovwallet(e)".repeat(dice.between(9_999, 10_001)));
                 wallet.put("e", dice.oneOf("", "x"));
                 return "$ovwallet(many)";

@@ -2,7 +2,7 @@ package walletcaller.differential;
 
 import walletcaller.differential.Dice.Way;
 
-/** Random property texts and values: macros, halves of macros, and what stands around them. */
+/** Random property texts and values: references, halves of them, and what stands around them. */
 final class TextGenerator {
     private static final String KEYWORD = "$ovwallet";
 
@@ -17,13 +17,13 @@ final class TextGenerator {
         return dice.weighted(
                 Way.of(4, () -> ""),
                 Way.of(10, () -> dice.several(1, 4, this::plainPiece)),
-                Way.of(20, this::macro),
+                Way.of(20, this::reference),
                 Way.of(50, () -> dice.several(1, 5, this::textPiece)),
                 Way.of(8, () -> dice.several(1, 12, this::fragment)),
-                Way.of(8, this::openMacro));
+                Way.of(8, this::openReference));
     }
 
-    /** A value that holds no macro, but perhaps a part of one. */
+    /** A value that holds no reference, but perhaps a part of one. */
     String plainValue() {
         return dice.weighted(
                 Way.of(10, () -> ""),
@@ -34,14 +34,14 @@ final class TextGenerator {
                         () -> dice.oneOf("x", "\0", "\u00e2\u0082\u00ac"))));
     }
 
-    /** A value that holds macros and so asks for a further pass. */
-    String valueWithMacro() {
+    /** A value that holds references and so asks for a further pass. */
+    String valueWithReference() {
         return dice.several(0, 2, this::plainPiece) + dice.weighted(
-                Way.of(8, this::macro),
-                Way.of(1, this::openMacro)) + dice.several(0, 2, this::plainPiece);
+                Way.of(8, this::reference),
+                Way.of(1, this::openReference)) + dice.several(0, 2, this::plainPiece);
     }
 
-    String macro() {
+    String reference() {
         return dice.weighted(
                 Way.of(25, () -> KEYWORD + dice.oneOf("", "x", " ", ")", "\0", "\\", "$", "[")),
                 Way.of(75, () -> KEYWORD + "(" + name() + ")"));
@@ -52,20 +52,20 @@ final class TextGenerator {
                 Way.of(40, () -> dice.oneOf("a", "b", "c", "db.pw", "pw_$(ovpid)")),
                 Way.of(50, () -> dice.several(1, 5, this::namePiece)),
                 Way.of(2, () -> ""),
-                Way.of(3, () -> dice.several(0, 2, this::namePiece) + unsupportedSubMacro()));
+                Way.of(3, () -> dice.several(0, 2, this::namePiece) + unsupportedMacro()));
     }
 
-    /** A macro without its end, to be closed by nothing or by whatever follows. */
-    private String openMacro() {
+    /** A reference without its end, to be closed by nothing or by whatever follows. */
+    private String openReference() {
         return KEYWORD + "(" + dice.several(0, 3, this::namePiece) + dice.weighted(
                 Way.of(10, () -> ""),
                 Way.of(3, () -> "\\"),
                 Way.of(3, () -> "$"),
                 Way.of(3, () -> "$(ovpid"),
-                Way.of(1, () -> unsupportedSubMacro() + "x"));
+                Way.of(1, () -> unsupportedMacro() + "x"));
     }
 
-    private String unsupportedSubMacro() {
+    private String unsupportedMacro() {
         return "$(" + dice.weighted(
                 Way.of(3, () -> dice.oneOf(
                         "user", "", "x", "OVPID", "ovpid ", "ovpi", "\\", "$(ovpid")),
@@ -76,7 +76,7 @@ final class TextGenerator {
 
     private String textPiece() {
         return dice.weighted(
-                Way.of(40, this::macro),
+                Way.of(40, this::reference),
                 Way.of(40, this::plainPiece),
                 Way.of(10, this::fragment));
     }

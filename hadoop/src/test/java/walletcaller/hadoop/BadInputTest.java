@@ -117,7 +117,7 @@ class BadInputTest {
     }
 
     @Test
-    void anUnknownSubMacroIsNamedAndLeavesTheRestAlone() {
+    void anUnknownMacroIsNamedAndLeavesTheRestAlone() {
         scene.input("$ovwallet(reader.name)", "$ovwallet(pw_$(user))");
 
         ChildJvm job = scene.submit();

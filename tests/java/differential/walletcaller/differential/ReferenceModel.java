@@ -13,7 +13,7 @@ import java.util.regex.Pattern;
  * no keyword. The first pass expands what the user wrote and is not bounded; all later passes
  * together may make only so many replacements.
  */
-final class MacroModel {
+final class ReferenceModel {
     static final int BOUND = 10_000;
     /** How many bytes the texts and names of what later passes replace may have, added up. */
     private static final long WORK_BOUND = 4L << 30;
@@ -46,7 +46,7 @@ final class MacroModel {
      *
      * @param wallet gives the value of the named entry, or throws {@link ModelFailure}
      */
-    MacroModel(String databaseId, UnaryOperator<String> wallet, int bound, Set<Branch> seen) {
+    ReferenceModel(String databaseId, UnaryOperator<String> wallet, int bound, Set<Branch> seen) {
         this.databaseId = databaseId;
         this.wallet = wallet;
         this.bound = bound;
