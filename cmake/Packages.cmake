@@ -22,13 +22,6 @@ elseif(NOT source_time)
     file(TIMESTAMP ${PROJECT_SOURCE_DIR}/CMakeLists.txt source_time "%s" UTC)
 endif()
 
-# The manual page of the command, for the list of the RPM's files.
-set(page ${PROJECT_SOURCE_DIR}/tool/walletcaller.1)
-set(page_in_rpm "")
-if(EXISTS ${page})
-    set(page_in_rpm "%doc /usr/share/man/man1/walletcaller.1")
-endif()
-
 add_custom_command(OUTPUT ${texts}
     COMMAND ${CMAKE_COMMAND}
         -D LIBRARY=$<TARGET_FILE:WalletCaller>
@@ -38,7 +31,6 @@ add_custom_command(OUTPUT ${texts}
         -D SUMMARY=${PROJECT_DESCRIPTION}
         -D URL=${PROJECT_HOMEPAGE_URL}
         -D SOURCE_TIME=${source_time}
-        -D COMMAND_PAGE=${page_in_rpm}
         -D GCC_VERSION=${CMAKE_CXX_COMPILER_VERSION}
         -D UTFCPP_VERSION=${utf8cpp_VERSION}
         -D CLI11_VERSION=${CLI11_VERSION}
@@ -55,9 +47,8 @@ set(documents share/doc/walletcaller)
 # The file is loaded by its pathname, from a copy in a private directory: it lies where no linker looks.
 install(PROGRAMS $<TARGET_FILE:WalletCaller> DESTINATION lib64/walletcaller)
 install(PROGRAMS $<TARGET_FILE:walletcaller> DESTINATION bin)
-if(EXISTS ${page})
-    install(FILES ${page} DESTINATION share/man/man1)
-endif()
+install(FILES tool/walletcaller.1 DESTINATION share/man/man1)
+install(FILES tool/completion.bash DESTINATION share/bash-completion/completions RENAME walletcaller)
 install(FILES LICENSE README.md ARCHITECTURE.md SECURITY.md CHANGELOG.md
     ${package_texts}/VERSION ${package_texts}/walletcaller.spdx.json DESTINATION ${documents})
 # What the command is made with wants its licences to be told.

@@ -24,8 +24,7 @@ PAGES = ["LICENSE", "README.md", "ARCHITECTURE.md", "SECURITY.md", "CHANGELOG.md
          "docs/errors.md", "docs/integration.md", "docs/operations.md", "docs/support.md"]
 LICENSES = ["LICENSE.CLI11", "LICENSE.nlohmann-json"]
 TEXTS = ["SHA256SUMS", "VERSION", "walletcaller.spdx.json"]
-COMMAND = ["bin/walletcaller", "share/man/man1/walletcaller.1"]
-PAGE = os.path.join(TOP, "tool", "walletcaller.1")
+COMMAND = ["bin/walletcaller", "share/bash-completion/completions/walletcaller", "share/man/man1/walletcaller.1"]
 MAVEN = "META-INF/maven/com.orvanta.connector/walletcaller/"
 
 
@@ -58,8 +57,7 @@ class PackageTest(unittest.TestCase):
         cls.built = read(cls.tree, NAME)
         cls.build_id = re.search(rb"Build ID: (\w+)",
                                  output("readelf", "-n", os.path.join(cls.tree, NAME)))[1].decode()
-        cls.installed = sorted([LIBRARY] + [DOCUMENTS + text for text in PAGES + LICENSES + TEXTS] +
-                               [name for name in COMMAND if not name.endswith(".1") or os.path.exists(PAGE)])
+        cls.installed = sorted([LIBRARY] + [DOCUMENTS + text for text in PAGES + LICENSES + TEXTS] + COMMAND)
 
     @classmethod
     def make_packages(cls, directory, *before, **options):
