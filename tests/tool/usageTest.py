@@ -59,6 +59,25 @@ class UsageTest(NodeTest):
     def test_version(self):
         self.assertRegex(self.run_command("--version").out, r"^\d+\.\d+\.\d+\n$")
 
+    def test_version_of_a_file_and_of_what_a_process_has_loaded(self):
+        notes = subprocess.run(["readelf", "-nW", nodes.LIBRARY], capture_output=True, text=True, check=True)
+        build_id = re.search(r"Build ID: (\w+)", notes.stdout)[1]
+        told = f"version  {self.run_command('--version').out}build id {build_id}\n"
+        self.assertEqual(self.run_command("version", nodes.LIBRARY).out, f"{nodes.LIBRARY}\n{told}")
+        file = self.node.private() + nodes.LIBRARY_NAME
+        holder = subprocess.Popen(
+            ["python3", "-c", "import ctypes, sys; ctypes.CDLL(sys.argv[1]); print(flush=True); sys.stdin.read()", file],
+            stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        try:
+            holder.stdout.readline()
+            self.assertEqual(self.run_command("version", "--pid", str(holder.pid)).out, f"{file}\n{told}")
+            os.remove(file)
+            self.assertEqual(self.run_command("version", "--pid", str(holder.pid)).out,
+                             f"{file} (deleted)\n{told}")
+        finally:
+            holder.communicate()
+        self.assertEqual(self.run_command("version", "--pid", str(os.getpid())).status, 3)
+
     def test_texts_keep_to_80_columns_but_for_long_words(self):
         for words in (["doctor"], ["explain", "--text", "$ovwallet(a b)$ovwallet(c"],
                       ["why", "Array is too long for Java."]):
