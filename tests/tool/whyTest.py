@@ -53,7 +53,9 @@ class WhyTest(NodeTest):
             if not message.startswith("Attempt to "):
                 lines += [f"{CONNECTOR_EXCEPTION}: {prefix}{text}" for prefix in (USE, GET)]
             for line in lines:
-                self.assertTrue(self.explained(line).startswith(words), (line, words, self.explained(line)))
+                explained = self.explained(line)
+                self.assertTrue(explained.startswith(words), (line, words, explained))
+                self.assertNotIn("](", explained)
 
     def test_lines_of_others_are_left_alone(self):
         log = "\n".join(["java.io.IOException: Not enough space left on device", "INFO: all is well", "",
