@@ -1,10 +1,12 @@
 import java.io.BufferedReader;
+import java.io.IOException;
 import java.io.InputStreamReader;
 import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Proxy;
 import java.net.URL;
 import java.net.URLClassLoader;
 import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.Arrays;
 import java.util.Base64;
@@ -12,10 +14,13 @@ import java.util.Base64;
 /**
  * Sets up one job after the other, each in a class loader of its own and so with a copy of the
  * library of its own. The arguments are the class path. A line of standard input holds the directory
- * to load the library from and the name to pass, in base64; the answer is "= returned", or "= " with
- * the class and the message of what was thrown.
+ * to load the library from, the name to pass and, if the job has one, its password, in base64. The
+ * answer is "= returned", or "= " with the class and the message of what was thrown; the last word is
+ * how many kilobytes were locked at most whenever the library asked the job for something.
  */
 final class NodeServer {
+    private static long mostLocked;
+
     public static void main(String[] arguments) throws Exception {
         URL[] classPath = new URL[arguments.length];
         for (int i = 0; i < arguments.length; ++i) {
@@ -27,11 +32,13 @@ final class NodeServer {
             String[] words = Arrays.stream(line.split(" ", -1))
                     .map(word -> new String(Base64.getDecoder().decode(word), StandardCharsets.UTF_8))
                     .toArray(String[]::new);
-            System.out.println("= " + setUp(classPath, words[0], words[1]));
+            mostLocked = 0;
+            String outcome = setUp(classPath, words[0], words[1], words.length > 2 ? words[2] : null);
+            System.out.println("= " + outcome + " " + mostLocked);
         }
     }
 
-    private static String setUp(URL[] classPath, String library, String directory)
+    private static String setUp(URL[] classPath, String library, String directory, String password)
             throws Exception {
         ClassLoader loader = new URLClassLoader(classPath, ClassLoader.getPlatformClassLoader());
         Class<?> context = loader.loadClass("org.apache.hadoop.mapreduce.JobContext");
@@ -39,8 +46,16 @@ final class NodeServer {
                 loader.loadClass("org.apache.hadoop.conf.Configuration").getConstructor().newInstance();
         Object credentials =
                 loader.loadClass("org.apache.hadoop.security.Credentials").getConstructor().newInstance();
-        Object job = Proxy.newProxyInstance(loader, new Class<?>[] {context}, (proxy, method, none) ->
-                method.getName().equals("getConfiguration") ? configuration : credentials);
+        Class<?> text = loader.loadClass("org.apache.hadoop.io.Text");
+        if (password != null) {
+            credentials.getClass().getMethod("addSecretKey", text, byte[].class).invoke(credentials,
+                    text.getConstructor(String.class).newInstance("orvanta.input.password"),
+                    password.getBytes(StandardCharsets.UTF_8));
+        }
+        Object job = Proxy.newProxyInstance(loader, new Class<?>[] {context}, (proxy, method, none) -> {
+            mostLocked = Math.max(mostLocked, locked());
+            return method.getName().equals("getConfiguration") ? configuration : credentials;
+        });
         Class<?> caller = loader.loadClass("com.orvanta.connector.common.ovwallet.WalletCaller");
         try {
             caller.getMethod("load", Path.class).invoke(null, Path.of(library));
@@ -51,5 +66,11 @@ final class NodeServer {
             return thrown.getClass().getName() + " " + Base64.getEncoder().encodeToString(
                     String.valueOf(thrown.getMessage()).getBytes(StandardCharsets.UTF_8));
         }
+    }
+
+    private static long locked() throws IOException {
+        return Files.readAllLines(Path.of("/proc/self/status")).stream()
+                .filter(line -> line.startsWith("VmLck:"))
+                .mapToLong(line -> Long.parseLong(line.replaceAll("\\D", ""))).sum();
     }
 }

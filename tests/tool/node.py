@@ -70,6 +70,13 @@ class Node:
         shutil.copy(LIBRARY, directory)
         return directory
 
+    @staticmethod
+    def give(directory):
+        """To the user that jobs run as, when the tests run as root."""
+        if os.geteuid() == 0:
+            for path in (directory, *(os.path.join(directory, name) for name in os.listdir(directory))):
+                os.chown(path, NOBODY, NOBODY)
+
     def start(self, *arguments, before=(), environment=None, cwd=None, **options):
         return subprocess.Popen([*before, COMMAND, *arguments], cwd=cwd or self.root,
                                 env={**self.environment, **(environment or {})}, **options)

@@ -3,63 +3,19 @@
 
 WALLETCALLER_NODES and WALLETCALLER_SEED change how many there are, and which."""
 
-import base64
 import os
 import random
 import shutil
-import subprocess
 import time
 import unittest
 
-import node as nodes
-from node import BASE, CLASSES, CLIENT_FILES, LIBRARY, LIBRARY_NAME, NOBODY, Node, variant
+from jobs import Jobs, as_root, as_user
+from node import BASE, CLIENT_FILES, LIBRARY, LIBRARY_NAME, NOBODY, Node, variant
 
 COUNT = int(os.environ.get("WALLETCALLER_NODES", "500"))
 SEED = int(os.environ.get("WALLETCALLER_SEED", str(int(time.time()))))
 REHEARSE_EVERY = 5
 VARIANTS = ("missing-first", "missing-getversion", "missing-last", "throwing", "text-file", "no-library")
-
-as_root = os.geteuid() == 0
-as_user = ["setpriv", f"--reuid={NOBODY}", f"--regid={NOBODY}", "--clear-groups"] if as_root else []
-
-
-def encoded(text):
-    return base64.b64encode(text.encode()).decode()
-
-
-class Jobs:
-    """A JVM that sets up jobs."""
-
-    def __init__(self, node):
-        self.node = node
-        self.start()
-
-    def start(self):
-        source = os.path.join(nodes.TOP, "tests", "tool", "NodeServer.java")
-        java = os.path.join(os.environ["JAVA_HOME"], "bin", "java") if "JAVA_HOME" in os.environ else "java"
-        self.process = subprocess.Popen(
-            [*as_user, java, "-Xmx256m", "-XX:-CreateCoredumpOnCrash", "-XX:ErrorFile=/dev/null",
-             "-XX:TieredStopAtLevel=1", "-XX:+UseSerialGC", source,
-             CLASSES + "/java-connector/", CLASSES + "/java-hadoop-types/"],
-            env=self.node.environment, cwd=self.node.path("tmp"), stdin=subprocess.PIPE,
-            stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
-
-    def set_up(self, library_directory, directory):
-        """Class and message of what a job is told, "" if it is told nothing; None if the JVM ended."""
-        self.process.stdin.write(f"{encoded(library_directory)} {encoded(directory)}\n")
-        self.process.stdin.flush()
-        for line in self.process.stdout:
-            if line.startswith("= "):
-                words = line[2:].split()
-                return (words[0], base64.b64decode(words[1]).decode()) if len(words) > 1 else ("", "")
-        self.end()
-        self.start()
-        return None
-
-    def end(self):
-        self.process.stdin.close()
-        self.process.stdout.close()
-        self.process.wait()
 
 
 class RandomNode:

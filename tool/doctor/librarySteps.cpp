@@ -44,33 +44,8 @@ std::string functionsFound(std::size_t missing) {
     return std::to_string(all - missing) + " of " + std::to_string(all);
 }
 
-// What the library says of a client library that is not there.
-std::string notInstalled(const std::string& pathname) {
-    try {
-        throwNotInstalled(pathname);
-    } catch (const std::exception& failure) {
-        return useFailure(failure);
-    }
-}
-
 std::string loaderWords(const std::string& text) {
     return useFailure(OvWalletException(text));
-}
-
-void failMissing(const std::string& pathname, const std::string& clientDir, int errnum,
-                 Report& report) {
-    const bool atRoot = clientDir.starts_with("//");
-    report.fail({"library",
-                 State::kFail,
-                 {printable(pathname),
-                  errnum == ENOENT ? "no such file" : "cannot be reached by this user"}},
-                useVerdict(notInstalled(pathname),
-                           atRoot ? "/usr/bin/ovwallet was copied or replaced by a script."
-                                  : "The installation that was found lacks the client library, or "
-                                    "this user may not search its directories.",
-                           atRoot ? "make it a link to .../orvanta/client/14.10/ovwallet/"
-                                    "redhatlinux-x8664/ovwallet"
-                                  : kReinstall));
 }
 
 // At depth "files": what can be told without loading.
@@ -160,6 +135,31 @@ void failLoading(const std::string& pathname, const ChildResult& child, Report& 
                 useVerdict(message, "The client library is not of version 14.10.", kReinstall));
 }
 
+// The library is let fail on it: the linker's words come first there, and one that is not UTF-8
+// takes the place of all others.
+void failMissing(const std::string& pathname, const std::string& clientDir, int errnum,
+                 int timeoutSeconds, Report& report) {
+    const ChildResult child = runInChild(
+        [&](const ChildReport& childReport) { tryClientLibrary(childReport, clientDir, false); },
+        timeoutSeconds);
+    if (!child.has("failure")) {
+        failLoading(pathname, child, report);
+        return;
+    }
+    const bool atRoot = clientDir.starts_with("//");
+    report.fail({"library",
+                 State::kFail,
+                 {printable(pathname),
+                  errnum == ENOENT ? "no such file" : "cannot be reached by this user"}},
+                useVerdict(child.values.at("failure"),
+                           atRoot ? "/usr/bin/ovwallet was copied or replaced by a script."
+                                  : "The installation that was found lacks the client library, or "
+                                    "this user may not search its directories.",
+                           atRoot ? "make it a link to .../orvanta/client/14.10/ovwallet/"
+                                    "redhatlinux-x8664/ovwallet"
+                                  : kReinstall));
+}
+
 void addWalletStep(const ChildResult& child, Report& report) {
     if (child.has("opened") && !child.has("failure") && child.end == ChildResult::End::kFinished) {
         const std::string& version = child.values.at("opened");
@@ -188,7 +188,7 @@ void addLibrarySteps(const std::string& clientDir, Depth depth, int timeoutSecon
                      Report& report) {
     const std::string pathname = canonicalPath(clientFile(clientDir, kClientLibrary)).path;
     if (::access(pathname.c_str(), F_OK) != 0) {
-        failMissing(pathname, clientDir, errno, report);
+        failMissing(pathname, clientDir, errno, timeoutSeconds, report);
         return;
     }
     if (depth == Depth::kFiles) {
