@@ -1,5 +1,5 @@
-/* A client library that asks on the terminal as soon as it is loaded, and on standard input. Each
- * byte that it is given makes the file $PROMPTING_MARKER longer. */
+/* A client library that asks on the terminal and on standard input, as soon as it is loaded and in
+ * each entry point. Each byte that it is given makes the file $PROMPTING_MARKER longer. */
 #include <fcntl.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -15,7 +15,7 @@ static void ask(int descriptor) {
     }
 }
 
-__attribute__((constructor)) static void prompt(void) {
+static void prompt(void) {
     const int terminal = open("/dev/tty", O_RDWR);
     if (terminal >= 0) {
         if (write(terminal, "Password: ", 10) == 10) {
@@ -25,3 +25,16 @@ __attribute__((constructor)) static void prompt(void) {
     }
     ask(STDIN_FILENO);
 }
+
+__attribute__((constructor)) static void promptWhenLoaded(void) {
+    prompt();
+}
+
+#define WALLET_ENTRY(ordinal, discipline, result, name, parameters, arguments) \
+    void* name(void) {                                                         \
+        prompt();                                                              \
+        return NULL;                                                           \
+    }
+#define WALLET_ENTRY_UNWRAPPED(ordinal, result, name, parameters) \
+    WALLET_ENTRY(ordinal, , result, name, parameters, )
+#include "wallet/EntryPoints.def"
