@@ -63,7 +63,8 @@ std::string howMuchIsLocked(bool anything, rlim_t hardLimit, const std::string& 
     if (anything || hardLimit == RLIM_INFINITY) {
         return "all text is locked";
     }
-    return "up to " + limitText(hardLimit) + " of text is locked";
+    const auto page = static_cast<rlim_t>(::sysconf(_SC_PAGESIZE));
+    return "up to " + limitText(hardLimit / page * page) + " of memory is locked";
 }
 
 std::string memoryText(bool anything, rlim_t hardLimit, const std::string& pagesTried) {
@@ -137,7 +138,8 @@ void addProcessStep(int process, Report& report) {
 void addTextsStep(Report& report) {
     const char* const locale = std::setlocale(LC_MESSAGES, nullptr);
     Step step{"texts", State::kOk, {printable(locale == nullptr ? "no locale" : locale)}};
-    for (const int errnum : {ENOENT, EACCES, EEXIST, ENOTDIR, ELOOP, EROFS}) {
+    // In some languages only the less frequent texts go beyond ASCII.
+    for (int errnum = 1; errnum <= EHWPOISON; ++errnum) {
         if (!isUtf8(errnoText(errnum))) {
             step.state = State::kWarning;
             step.found.push_back("the system's texts are not UTF-8 but " +
