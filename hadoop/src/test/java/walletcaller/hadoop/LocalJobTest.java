@@ -12,7 +12,7 @@ import org.junit.jupiter.params.provider.MethodSource;
 import walletcaller.harness.ChildJvm;
 import walletcaller.job.CopyJob;
 
-/** Whole jobs in Hadoop's local runner, on each Java that the machine has. */
+/** Whole jobs in Hadoop's local runner, on the JDK of the machine and on the newest. */
 class LocalJobTest {
     @TempDir Path directory;
 
