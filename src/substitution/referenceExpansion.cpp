@@ -1,5 +1,6 @@
 #include "substitution/referenceExpansion.h"
 
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>

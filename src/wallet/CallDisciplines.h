@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <exception>
 #include <optional>
+#include <tuple>
 
 #include "support/OvWalletException.h"
 #include "support/inSilence.h"
