@@ -68,7 +68,7 @@ install(PROGRAMS
     ${OVWALLET_SANDBOX_BASE}/${client}/ovwhelper.exe
     DESTINATION ${client} COMPONENT sandbox EXCLUDE_FROM_ALL)
 install(DIRECTORY DESTINATION orvanta/client/ovwallet COMPONENT sandbox EXCLUDE_FROM_ALL)
-install(FILES LICENSE sandbox/README.md DESTINATION . COMPONENT sandbox EXCLUDE_FROM_ALL)
+install(FILES LICENSE sandbox/README.md sandbox/OvWalletSandbox.h DESTINATION . COMPONENT sandbox EXCLUDE_FROM_ALL)
 # Its command is made with CLI11, whose licence wants to be told.
 install(FILES /usr/share/doc/libcli11-dev/copyright
     DESTINATION . RENAME LICENSE.CLI11 COMPONENT sandbox EXCLUDE_FROM_ALL)

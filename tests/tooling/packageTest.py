@@ -83,6 +83,16 @@ class PackageTest(unittest.TestCase):
         self.check_sums(files, DOCUMENTS + "SHA256SUMS", DOCUMENTS)
         for page in PAGES:
             self.assertEqual(files[DOCUMENTS + page], read(TOP, page))
+        self.check_links(files)
+
+    def check_links(self, files):
+        """What a page links to is in the same package."""
+        broken = []
+        for page in [name for name in files if name.endswith(".md")]:
+            for target in re.findall(r"\]\((?!\w+:)([^)#]+)", files[page].decode()):
+                if os.path.normpath(os.path.join(os.path.dirname(page), target)) not in files:
+                    broken.append(f"{page}: {target}")
+        self.assertEqual(broken, [])
 
     def check_sums(self, files, sums, base):
         """Every other file stands in the checksums `sums`, by its pathname from the directory `base`."""
@@ -217,7 +227,8 @@ class PackageTest(unittest.TestCase):
             with tarfile.open(os.path.join(self.directory, name + ".tar.gz")) as archive:
                 archive.extractall(scratch)
             base = os.path.join(scratch, name)
-            self.assertEqual(sorted(os.listdir(base)), ["LICENSE", "LICENSE.CLI11", "README.md", "orvanta"])
+            self.assertEqual(sorted(os.listdir(base)), ["LICENSE", "LICENSE.CLI11", "OvWalletSandbox.h", "README.md", "orvanta"])
+            self.check_links({file: read(base, file) for file in os.listdir(base) if file != "orvanta"})
             self.assertEqual(os.listdir(os.path.join(base, "orvanta", "client", "ovwallet")), [])
             client = os.path.join(base, "orvanta", "client", "14.10", "ovwallet", "redhatlinux-x8664")
             self.assertEqual(sorted(os.listdir(client)), ["libovwallet.so", "ovwallet", "ovwhelper.exe"])
