@@ -40,14 +40,18 @@ add_custom_command(OUTPUT ${texts}
         -P ${PROJECT_SOURCE_DIR}/cmake/writePackageTexts.cmake
     DEPENDS WalletCaller walletcaller ${templates} ${PROJECT_SOURCE_DIR}/cmake/writePackageTexts.cmake
     VERBATIM)
-add_custom_target(package_texts ALL DEPENDS ${texts})
+add_custom_command(OUTPUT ${package_texts}/walletcaller.1.gz
+    COMMAND gzip -9nc ${PROJECT_SOURCE_DIR}/tool/walletcaller.1 > ${package_texts}/walletcaller.1.gz
+    DEPENDS tool/walletcaller.1
+    VERBATIM)
+add_custom_target(package_texts ALL DEPENDS ${texts} ${package_texts}/walletcaller.1.gz)
 
 set(documents share/doc/walletcaller)
 
 # The file is loaded by its pathname, from a copy in a private directory: it lies where no linker looks.
 install(PROGRAMS $<TARGET_FILE:WalletCaller> DESTINATION lib64/walletcaller)
 install(PROGRAMS $<TARGET_FILE:walletcaller> DESTINATION bin)
-install(FILES tool/walletcaller.1 DESTINATION share/man/man1)
+install(FILES ${package_texts}/walletcaller.1.gz DESTINATION share/man/man1)
 install(FILES tool/completion.bash DESTINATION share/bash-completion/completions RENAME walletcaller)
 install(FILES LICENSE README.md ARCHITECTURE.md SECURITY.md CHANGELOG.md
     ${package_texts}/VERSION ${package_texts}/walletcaller.spdx.json DESTINATION ${documents})

@@ -24,7 +24,7 @@ PAGES = ["LICENSE", "README.md", "ARCHITECTURE.md", "SECURITY.md", "CHANGELOG.md
          "docs/errors.md", "docs/integration.md", "docs/operations.md", "docs/support.md"]
 LICENSES = ["LICENSE.CLI11", "LICENSE.nlohmann-json"]
 TEXTS = ["SHA256SUMS", "VERSION", "walletcaller.spdx.json"]
-COMMAND = ["bin/walletcaller", "share/bash-completion/completions/walletcaller", "share/man/man1/walletcaller.1"]
+COMMAND = ["bin/walletcaller", "share/bash-completion/completions/walletcaller", "share/man/man1/walletcaller.1.gz"]
 MAVEN = "META-INF/maven/com.orvanta.connector/walletcaller/"
 
 
@@ -152,7 +152,8 @@ class PackageTest(unittest.TestCase):
                       "%{NAME} %{VERSION} %{ARCH} %{LICENSE} %{URL}\n%{PREFIXES} %{BUILDHOST}\n"
                       "%{CHANGELOGNAME}: %{CHANGELOGTEXT}", self.rpm)
         self.assertEqual(told.decode(),
-                         f"walletcaller {self.version} x86_64 Apache-2.0 "
+                         f"walletcaller {self.version} x86_64 Apache-2.0 AND BSD-3-Clause AND BSL-1.0 AND MIT "
+                         "AND GPL-3.0-or-later WITH GCC-exception-3.1 "
                          "https://orvanta.example/walletcaller\n(none) walletcaller.invalid\n"
                          f"Orvanta - {self.version}-1: - Release {self.version}, "
                          "see /usr/share/doc/walletcaller/CHANGELOG.md")
