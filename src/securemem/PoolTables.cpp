@@ -17,8 +17,9 @@ struct HeapDeleter {
 };
 using HeapMemory = std::unique_ptr<void, HeapDeleter>;
 
-std::uint64_t roundUp(std::uint64_t size) {
-    return (size + PoolTables::kGranularity - 1) & ~(PoolTables::kGranularity - 1);
+// To a multiple of the step, a power of two.
+std::uint64_t roundUp(std::uint64_t number, std::uint64_t step) {
+    return (number + step - 1) & ~(step - 1);
 }
 
 std::uint64_t pageSize() {
@@ -27,8 +28,7 @@ std::uint64_t pageSize() {
 
 // The first page boundary at or after an address.
 std::uint64_t alignedStart(std::uint64_t rawStart) {
-    const std::uint64_t page = pageSize();
-    return (rawStart + page - 1) / page * page;
+    return roundUp(rawStart, pageSize());
 }
 
 // What a region takes from the heap: the request and two pages, so that whole pages larger than the
@@ -52,7 +52,7 @@ std::uint64_t addressOf(const void* pointer) {
 }  // namespace
 
 std::uint64_t PoolTables::allocate(std::uint64_t size) {
-    const std::uint64_t rounded = roundUp(size);
+    const std::uint64_t rounded = roundUp(size, kGranularity);
     const auto bestFit = freeSizes_.lower_bound(rounded);
     std::uint64_t address = 0;
     if (bestFit == freeSizes_.end()) {
@@ -69,7 +69,7 @@ std::uint64_t PoolTables::allocate(std::uint64_t size) {
 
 std::uint64_t PoolTables::takeWhole(SizeTable::iterator entry) {
     const std::uint64_t block = entry->second;
-    removeFree(entry);
+    removeFree(freeAddresses_.find(block), entry);
     return block;
 }
 
@@ -97,64 +97,68 @@ std::uint64_t PoolTables::allocateRegion(std::uint64_t size) {
     region.locked = lockMemory(pointerTo(start), lockedLength);
     static_cast<void>(raw.release());
     forbidAccess(pointerTo(start), lockedLength);
-    insertFree({start + size, lockedLength - size});
+    insertFree({start + size, lockedLength - size}, freeAddresses_.upper_bound(start));
     return start;
 }
 
 void PoolTables::release(std::uint64_t address, std::uint64_t size) {
-    const auto region = regionOf(address);
+    const auto region = regionBegunBefore(address);
     if (region == regions_.end()) {
         return;
     }
     const std::uint64_t lockedStart = alignedStart(region->first);
     const std::uint64_t lockedEnd = lockedStart + region->second.lockedLength;
-    Block block{address, roundUp(size)};
+    if (address < lockedStart || address > lockedEnd) {
+        return;
+    }
+    Block block{address, roundUp(size, kGranularity)};
     usedBlocks_ -= block.size == 0 ? 0 : 1;
     forbidAccess(pointerTo(block.address), block.size);
+    auto above = freeAddresses_.lower_bound(block.end());
     // The locked end may be where the free block of another region begins.
-    if (block.end() < lockedEnd && freeAddresses_.contains(block.end())) {
-        const auto next = freeSizeOf(block.end());
-        block.size += next->first;
-        removeFree(next);
+    if (block.end() < lockedEnd && above != freeAddresses_.end() && *above == block.end()) {
+        const auto entry = freeSizeOf(*above);
+        block.size += entry->first;
+        above = removeFree(above, entry);
     }
-    const auto previous = freeBlockBefore(block.address, region->first);
+    const auto previous = freeBlockBefore(above, block.address, lockedStart);
     if (previous != freeSizes_.end()) {
         block = {previous->second, previous->first + block.size};
     }
     if (block.address == lockedStart && block.end() == lockedEnd) {
         if (previous != freeSizes_.end()) {
-            removeFree(previous);
+            removeFree(std::prev(above), previous);
         }
         returnRegion(region);
     } else if (previous != freeSizes_.end()) {
         resizeFree(previous, block.size);
     } else if (block.size != 0) {
-        insertFree(block);
+        insertFree(block, above);
     }
     dropSurplusEntries();
 }
 
-// The region whose locked range holds the address, its end included, or end().
-PoolTables::RegionTable::iterator PoolTables::regionOf(std::uint64_t address) {
+// The last region whose raw start is not above the address, or end().
+PoolTables::RegionTable::iterator PoolTables::regionBegunBefore(std::uint64_t address) {
     const auto above = regions_.upper_bound(address);
-    if (above == regions_.begin()) {
-        return regions_.end();
-    }
-    const auto region = std::prev(above);
-    const std::uint64_t start = alignedStart(region->first);
-    const bool holds = address >= start && address <= start + region->second.lockedLength;
-    return holds ? region : regions_.end();
+    return above == regions_.begin() ? regions_.end() : std::prev(above);
 }
 
-// The free block that ends at the address and does not begin before rawStart, or end().
-PoolTables::SizeTable::iterator PoolTables::freeBlockBefore(std::uint64_t address,
-                                                            std::uint64_t rawStart) {
-    const auto above = freeAddresses_.upper_bound(address);
-    if (above == freeAddresses_.begin() || *std::prev(above) < rawStart) {
+// The free block that ends at the address and does not begin before lockedStart, or end(). The
+// first free block from the address on is given.
+PoolTables::SizeTable::iterator PoolTables::freeBlockBefore(AddressSet::const_iterator above,
+                                                            std::uint64_t address,
+                                                            std::uint64_t lockedStart) {
+    if (above == freeAddresses_.begin() || *std::prev(above) < lockedStart) {
         return freeSizes_.end();
     }
-    const auto entry = freeSizeOf(*std::prev(above));
-    return entry->second + entry->first == address ? entry : freeSizes_.end();
+    const std::uint64_t start = *std::prev(above);
+    // Most often it ends earlier, and hardly ever is there a free block of just that size then.
+    if (!freeSizes_.contains(address - start)) {
+        return freeSizes_.end();
+    }
+    const auto entry = freeSizeOf(start);
+    return start + entry->first == address ? entry : freeSizes_.end();
 }
 
 void PoolTables::returnRegion(RegionTable::iterator region) {
@@ -197,14 +201,14 @@ void PoolTables::dropSurplusEntries() {
     }
 }
 
-// Of equal sizes the one that came last is found last.
-void PoolTables::insertFree(Block block) {
+// Of equal sizes the one that came last is found last. The next free block's address is given.
+void PoolTables::insertFree(Block block, AddressSet::const_iterator above) {
     FreeEntry entry = std::move(spareEntries_.back());
     spareEntries_.pop_back();
     entry.address.value() = block.address;
     entry.size.key() = block.size;
     entry.size.mapped() = block.address;
-    freeAddresses_.insert(std::move(entry.address));
+    freeAddresses_.insert(above, std::move(entry.address));
     freeSizes_.insert(std::move(entry.size));
 }
 
@@ -214,9 +218,12 @@ void PoolTables::resizeFree(SizeTable::iterator entry, std::uint64_t size) {
     freeSizes_.insert(std::move(node));
 }
 
-void PoolTables::removeFree(SizeTable::iterator entry) {
-    auto address = freeAddresses_.extract(entry->second);
-    spareEntries_.push_back({std::move(address), freeSizes_.extract(entry)});
+// Returns the next free block's address.
+PoolTables::AddressSet::const_iterator PoolTables::removeFree(AddressSet::const_iterator address,
+                                                              SizeTable::iterator entry) {
+    const auto above = std::next(address);
+    spareEntries_.push_back({freeAddresses_.extract(address), freeSizes_.extract(entry)});
+    return above;
 }
 
 }  // namespace Orvanta_OvWallet

@@ -56,14 +56,16 @@ class PoolTables {
     std::uint64_t carveFromEnd(SizeTable::iterator entry, std::uint64_t size);
     std::uint64_t allocateRegion(std::uint64_t size);
 
-    RegionTable::iterator regionOf(std::uint64_t address);
+    RegionTable::iterator regionBegunBefore(std::uint64_t address);
     SizeTable::iterator freeSizeOf(std::uint64_t address);
-    SizeTable::iterator freeBlockBefore(std::uint64_t address, std::uint64_t rawStart);
+    SizeTable::iterator freeBlockBefore(AddressSet::const_iterator above, std::uint64_t address,
+                                        std::uint64_t lockedStart);
     void returnRegion(RegionTable::iterator region);
 
-    void insertFree(Block block);
+    void insertFree(Block block, AddressSet::const_iterator above);
     void resizeFree(SizeTable::iterator entry, std::uint64_t size);
-    void removeFree(SizeTable::iterator entry);
+    AddressSet::const_iterator removeFree(AddressSet::const_iterator address,
+                                          SizeTable::iterator entry);
 
     RegionTable regions_;
     AddressSet freeAddresses_;

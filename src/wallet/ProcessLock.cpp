@@ -40,16 +40,15 @@ UnboundedCounter& holdCount() {
     return *count;
 }
 
-// Raises the count when the calling thread is the holder; otherwise leaves it as it was.
+// Raises the count when the calling thread is the holder.
 bool enterAgain() {
     const std::lock_guard guard(guardMutex);
     UnboundedCounter& count = holdCount();
-    count.increment();
-    if (!count.isOne() && ::pthread_equal(owner, ::pthread_self()) != 0) {
-        return true;
+    if (count.isZero() || ::pthread_equal(owner, ::pthread_self()) == 0) {
+        return false;
     }
-    count.decrement();
-    return false;
+    count.increment();
+    return true;
 }
 
 }  // namespace
@@ -70,8 +69,9 @@ void ProcessLock::unlock() {
     bool isFree = false;
     {
         const std::lock_guard guard(guardMutex);
-        holdCount().decrement();
-        isFree = holdCount().isZero();
+        UnboundedCounter& count = holdCount();
+        count.decrement();
+        isFree = count.isZero();
     }
     if (isFree) {
         holdMutex.unlock();

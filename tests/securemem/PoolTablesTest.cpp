@@ -173,6 +173,14 @@ TEST_F(SmallBlocks, ABlockDoesNotMergeAcrossOneThatIsInUse) {
     EXPECT_EQ(freeBlocks(), "16@0, 16@80, 16@128");
 }
 
+TEST_F(SmallBlocks, ABlockDoesNotMergeAcrossAGapOfAnotherFreeBlocksSize) {
+    release(16, 64);
+    EXPECT_EQ(allocate(16), 64U);
+    release(80, 16);
+    release(128, 16);
+    EXPECT_EQ(freeBlocks(), "16@80, 16@128, 48@16");
+}
+
 // Deliberate: the entry of an address is searched from the smallest size on; the address decides,
 // whatever else has the same size.
 TEST_F(SmallBlocks, AmongEqualSizesTheNeighboursOwnEntryIsMerged) {
