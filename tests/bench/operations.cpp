@@ -24,7 +24,7 @@ namespace {
 // The operation itself; what it needs is made here and lives as long as it does.
 using Operation = std::function<void()>;
 
-Operation inHeldRegion(Operation operation) {
+Operation inHeldRegion(const Operation& operation) {
     return [region = std::make_shared<Held<Pool>>(1), operation] { operation(); };
 }
 
@@ -52,17 +52,20 @@ Operation mapReading(int mappings) {
     };
 }
 
-const std::map<std::string, Operation (*)()> kOperations{
-    {"pool-block", [] { return inHeldRegion(takeAndGive<Pool>); }},
-    {"pool-pass", [] { return inHeldRegion(blocksOfCredentialPass<Pool>); }},
-    {"pool-64", [] { return hundredReplacements(64); }},
-    {"pool-1024", [] { return hundredReplacements(1024); }},
-    {"expansion-0", [] { return expansionOf(0); }},
-    {"expansion-4", [] { return expansionOf(4); }},
-    {"url", [] { return Operation(parseUrl); }},
-    {"message", [] { return Operation([] { formatFailure(); }); }},
-    {"map-500", [] { return mapReading(500); }},
-};
+const std::map<std::string, Operation (*)()>& operations() {
+    static const std::map<std::string, Operation (*)()> kOperations{
+        {"pool-block", [] { return inHeldRegion(takeAndGive<Pool>); }},
+        {"pool-pass", [] { return inHeldRegion(blocksOfCredentialPass<Pool>); }},
+        {"pool-64", [] { return hundredReplacements(64); }},
+        {"pool-1024", [] { return hundredReplacements(1024); }},
+        {"expansion-0", [] { return expansionOf(0); }},
+        {"expansion-4", [] { return expansionOf(4); }},
+        {"url", [] { return Operation(parseUrl); }},
+        {"message", [] { return Operation([] { formatFailure(); }); }},
+        {"map-500", [] { return mapReading(500); }},
+    };
+    return kOperations;
+}
 
 }  // namespace
 
@@ -72,12 +75,12 @@ extern "C" [[gnu::noinline]] void countedOperation(const std::function<void()>& 
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        for (const auto& [name, make] : kOperations) {
+        for (const auto& [name, make] : operations()) {
             std::puts(name.c_str());
         }
         return EXIT_SUCCESS;
     }
-    const Operation operation = kOperations.at(argv[1])();
+    const Operation operation = operations().at(argv[1])();
     operation();
     const HeapCount before = heapCount;
     countedOperation(operation);
