@@ -32,10 +32,10 @@ function(walletcaller_stub_library name major version)
         LIBRARY_OUTPUT_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/linker-stubs)
 endfunction()
 
-# Symbols of other files than libc.so.6 that the shipped file uses, by the file that has had them since
-# before 2.17. The check of the file names a missing one.
+# Symbols of other files than libc.so.6 that the shipped file and the sandbox's libraries use, by the file
+# that has had them since before 2.17. The check of the file names a missing one.
 walletcaller_stub_library(dl 2 GLIBC_2.2.5 dlclose dlerror dlopen dlsym)
-walletcaller_stub_library(pthread 0 GLIBC_2.2.5 pthread_once)
+walletcaller_stub_library(pthread 0 GLIBC_2.2.5 __pthread_key_create pthread_once)
 
 # Compiler options that harden, make unused parts removable, and keep directories out of the file.
 add_library(walletcaller_release_options INTERFACE)
