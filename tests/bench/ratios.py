@@ -13,7 +13,8 @@ import sys
 def times_by_benchmark(results):
     """Nanoseconds of each repetition, by subject and variant, in the order of the sources."""
     times = {}
-    for run in sorted(results["benchmarks"], key=lambda run: run["family_index"]):
+    for run in sorted(results["benchmarks"],
+                      key=lambda run: (run["family_index"], run["per_family_instance_index"])):
         if run["run_type"] == "iteration":
             subject, variant = run["run_name"].split(" | ")
             variant, *arguments = variant.split("/")
@@ -26,13 +27,13 @@ def times_by_benchmark(results):
 def main():
     with open(sys.argv[1], encoding="utf-8") as file:
         times = times_by_benchmark(json.load(file))
-    print(f"| {'What':46} | {'Time':>10} | {'Beside':20} | {'Ratio':>6} | {'Range':13} |")
+    print(f"| {'What':42} | {'Time':>10} | {'Beside':20} | {'Ratio':>6} | {'Range':13} |")
     print("|---|---:|---|---:|---|")
     for subject, variants in times.items():
         ours = variants.pop("ours")
         (name, others), = variants.items()
         ratios = [our / other for our, other in zip(ours, others)]
-        print(f"| {subject:46} | {statistics.median(ours) / 1000:7.2f} µs | {name:20} |"
+        print(f"| {subject:42} | {statistics.median(ours) / 1000:7.2f} µs | {name:20} |"
               f" {statistics.median(ratios):6.2f} | {f'{min(ratios):.2f} to {max(ratios):.2f}':13} |")
 
 

@@ -105,24 +105,25 @@ void plainMap(benchmark::State& state) {
 
 constexpr long kKibibyte = 1024;
 constexpr long kMebibyte = kKibibyte * kKibibyte;
-const std::vector<std::vector<std::int64_t>> kTexts{
-    {kKibibyte, 0}, {kKibibyte, 4}, {kMebibyte, 0}, {kMebibyte, 4}, {kMebibyte, 1000}};
-
 void texts(benchmark::internal::Benchmark* benchmark) {
-    for (const auto& text : kTexts) {
-        benchmark->Args(text);
+    benchmark->ArgNames({"bytes", "references"});
+    for (const long size : {kKibibyte, kMebibyte}) {
+        benchmark->Args({size, 0})->Args({size, 4});
     }
+    benchmark->Args({kMebibyte, 1000});
 }
 
-BENCHMARK(expansion)->Name("expansion: bytes, references | ours")->Apply(texts);
-BENCHMARK(plainReplacement)
-    ->Name("expansion: bytes, references | std::string::replace")
-    ->Apply(texts);
+void mappings(benchmark::internal::Benchmark* benchmark) {
+    benchmark->ArgName("mappings")->Arg(50)->Arg(500)->Arg(5000);
+}
+
+BENCHMARK(expansion)->Name("expansion | ours")->Apply(texts);
+BENCHMARK(plainReplacement)->Name("expansion | std::string::replace")->Apply(texts);
 BENCHMARK(url)->Name("URL: its parts | ours");
 BENCHMARK(plainUrl)->Name("URL: its parts | std::string::find");
 BENCHMARK(message)->Name("message: two texts | ours");
 BENCHMARK(plainMessage)->Name("message: two texts | snprintf");
-BENCHMARK(map)->Name("memory map: mappings | ours")->Arg(50)->Arg(500)->Arg(5000);
-BENCHMARK(plainMap)->Name("memory map: mappings | read")->Arg(50)->Arg(500)->Arg(5000);
+BENCHMARK(map)->Name("memory map | ours")->Apply(mappings);
+BENCHMARK(plainMap)->Name("memory map | read")->Apply(mappings);
 
 }  // namespace
