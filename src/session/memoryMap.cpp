@@ -8,6 +8,8 @@
 namespace Orvanta_OvWallet {
 namespace {
 
+constexpr std::size_t kPiece = 4096;  // the kernel never gives more of a map at once
+
 // Read without a stream: the process of a big job has thousands of lines before ours.
 class MapFile {
   public:
@@ -22,7 +24,6 @@ class MapFile {
 
     // Appends the next piece to text; false at the end, or when there is nothing to be had.
     bool appendTo(std::string& text) const {
-        constexpr std::size_t kPiece = 4096;  // the kernel never gives more of a map at once
         const std::size_t before = text.size();
         text.resize(before + kPiece);
         const ssize_t length = ::read(descriptor_, text.data() + before, kPiece);
@@ -38,6 +39,11 @@ class MapFile {
 
 std::optional<Mapping> parseMapLine(std::string_view line) {
     constexpr int kHexadecimal = 16;
+    // First, for speed: most lines of a JVM's map have none.
+    const std::size_t slash = line.find('/');
+    if (slash == std::string_view::npos) {
+        return std::nullopt;
+    }
     Mapping mapping{};
     const char* const lineEnd = line.data() + line.size();
     const auto begin = std::from_chars(line.data(), lineEnd, mapping.begin, kHexadecimal);
@@ -45,8 +51,7 @@ std::optional<Mapping> parseMapLine(std::string_view line) {
         return std::nullopt;
     }
     const auto end = std::from_chars(begin.ptr + 1, lineEnd, mapping.end, kHexadecimal);
-    const std::size_t slash = line.find('/');
-    if (end.ec != std::errc() || slash == std::string_view::npos) {
+    if (end.ec != std::errc()) {
         return std::nullopt;
     }
     mapping.pathname = line.substr(slash);
@@ -56,6 +61,7 @@ std::optional<Mapping> parseMapLine(std::string_view line) {
 std::optional<std::string> pathnameMappedAt(std::uint64_t address, const char* mapFile) {
     const MapFile file(mapFile);
     std::string text;  // what is read and not yet searched
+    text.reserve(2 * kPiece);
     for (bool atEnd = false; !atEnd;) {
         atEnd = !file.appendTo(text);
         if (atEnd) {
