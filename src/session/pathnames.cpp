@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <cstdlib>
 #include <utility>
@@ -64,13 +65,12 @@ void LinkWalk::followToEnd() {
 }
 
 CanonicalPath canonicalPath(const std::string& pathname) {
-    std::string buffer(kBufferStep + 1, '\0');
+    std::array<char, kBufferStep + 1> buffer{};
     if (::realpath(pathname.c_str(), buffer.data()) == nullptr) {
         const int errnum = errno;
         return {errnum, pathname};
     }
-    buffer.resize(buffer.find('\0'));
-    return {0, std::move(buffer)};
+    return {0, buffer.data()};
 }
 
 std::string CurrentDirectory() {
