@@ -27,9 +27,9 @@ constexpr const char* kCannotUnload = "Cannot unload the \"%s\" library%s";
 
 // A client library with an unwinder of its own walks our frames, too, and on our side that ends in
 // libgcc_s. There the process is aborted unless libgcc_s has set its tables up, which it does when
-// it is first asked to walk. So it is asked here; the walk takes no step.
+// it is first asked to walk. So it is asked here, once; the walk takes no step.
 void setUpUnwinder() {
-    ::_Unwind_Backtrace(
+    [[maybe_unused]] static const _Unwind_Reason_Code asked = ::_Unwind_Backtrace(
         [](_Unwind_Context* /*frame*/, void* /*unused*/) { return _URC_END_OF_STACK; }, nullptr);
 }
 
