@@ -58,7 +58,7 @@ install(FILES LICENSE README.md ARCHITECTURE.md SECURITY.md CHANGELOG.md
 # What the command is made with wants its licences to be told.
 install(FILES /usr/share/doc/libcli11-dev/copyright DESTINATION ${documents} RENAME LICENSE.CLI11)
 install(FILES /usr/share/doc/nlohmann-json3-dev/copyright DESTINATION ${documents} RENAME LICENSE.nlohmann-json)
-foreach(page integration errors operations support)
+foreach(page integration errors operations performance support)
     install(FILES docs/${page}.md DESTINATION ${documents}/docs)
 endforeach()
 # The checksums of all that was just installed, by pathnames from the directory that they lie in.

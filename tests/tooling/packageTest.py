@@ -21,7 +21,8 @@ NAME = "libWalletCaller-redhatlinux-x8664.so"
 LIBRARY = "lib64/walletcaller/" + NAME
 DOCUMENTS = "share/doc/walletcaller/"
 PAGES = ["LICENSE", "README.md", "ARCHITECTURE.md", "SECURITY.md", "CHANGELOG.md",
-         "docs/errors.md", "docs/integration.md", "docs/operations.md", "docs/support.md"]
+         "docs/errors.md", "docs/integration.md", "docs/operations.md", "docs/performance.md",
+         "docs/support.md"]
 LICENSES = ["LICENSE.CLI11", "LICENSE.nlohmann-json"]
 TEXTS = ["SHA256SUMS", "VERSION", "walletcaller.spdx.json"]
 COMMAND = ["bin/walletcaller", "share/bash-completion/completions/walletcaller", "share/man/man1/walletcaller.1.gz"]
