@@ -5,6 +5,7 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <span>
 #include <utility>
 
 #include "support/OvWalletException.h"
@@ -18,28 +19,32 @@ constexpr std::size_t kBufferStep = 4096;
 }  // namespace
 
 SymbolicLink readSymbolicLink(const std::string& pathname) {
-    std::string buffer(kBufferStep, '\0');
+    std::array<char, kBufferStep> buffer{};
+    std::span<char> room = buffer;
+    std::string longText;
+    std::size_t size = 0;
     for (;;) {
-        const ssize_t length = ::readlink(pathname.c_str(), buffer.data(), buffer.size());
+        const ssize_t length = ::readlink(pathname.c_str(), room.data(), room.size());
         if (length < 0) {
             const int errnum = errno;
             return {errnum, {}};
         }
-        const auto size = static_cast<std::size_t>(length);
+        size = static_cast<std::size_t>(length);
         // A read that fills the buffer may have cut the text.
-        if (size < buffer.size()) {
-            buffer.resize(size);
+        if (size < room.size()) {
             break;
         }
-        buffer.resize(size + kBufferStep);
+        longText.resize(size + kBufferStep);
+        room = longText;
     }
-    if (!buffer.empty() && buffer.back() == '\0') {
-        buffer.pop_back();
+    std::string text(room.data(), size);
+    if (!text.empty() && text.back() == '\0') {
+        text.pop_back();
     }
-    if (!buffer.empty() && buffer.front() == '\0') {
-        buffer.clear();
+    if (!text.empty() && text.front() == '\0') {
+        text.clear();
     }
-    return {0, std::move(buffer)};
+    return {0, std::move(text)};
 }
 
 std::string directoryPart(const std::string& pathname) {
