@@ -7,7 +7,6 @@
 
 #include <jni.h>
 
-#include <string>
 #include <type_traits>
 
 // Thrown where a Java exception is pending: nothing is to be raised in its place.
@@ -36,10 +35,9 @@ auto checked(JNIEnv* env, Function function, Arguments... arguments) {
 // Looks up a static method and calls it. Result is void or the type of the Java reference that the
 // method returns, a local reference which may be null. Throws JavaLangThrowable as checked() does.
 template <typename Result, typename... Arguments>
-Result callStatic(JNIEnv* env, jclass owner, const std::string& name, const char* signature,
+Result callStatic(JNIEnv* env, jclass owner, const char* name, const char* signature,
                   Arguments... arguments) {
-    const jmethodID method =
-        checked(env, &JNIEnv::GetStaticMethodID, owner, name.c_str(), signature);
+    const jmethodID method = checked(env, &JNIEnv::GetStaticMethodID, owner, name, signature);
     if constexpr (std::is_void_v<Result>) {
         checked(env, &JNIEnv::CallStaticVoidMethod, owner, method, arguments...);
     } else {

@@ -24,8 +24,8 @@ Java_com_orvanta_connector_common_ovwallet_WalletCaller_performSubstitutions(
     try {
         const WalletSession session(env, jobContext, privateTempDir);
         OwnedWallet wallet(session.walletHandle);
-        runCredentialPass(session, "Input");
-        runCredentialPass(session, "Output");
+        runCredentialPass(session, kInputSide);
+        runCredentialPass(session, kOutputSide);
         wallet.free();
     } catch (const JavaLangThrowable&) {
         return;

@@ -27,12 +27,10 @@ std::unique_ptr<SecureByteVector> bytesOf(const WalletSession& session, jobject 
 }
 
 // Null when the side has no URL.
-std::unique_ptr<SecureByteVector> readJdbcUrl(const WalletSession& session,
-                                              const std::string& side) {
+std::unique_ptr<SecureByteVector> readJdbcUrl(const WalletSession& session, const char* getter) {
     JNIEnv* const env = session.env;
-    const auto url =
-        callStatic<jstring>(env, session.plugInConfigurationClass, "get" + side + "JdbcUrl",
-                            kUrlGetterSignature, session.configuration);
+    const auto url = callStatic<jstring>(env, session.plugInConfigurationClass, getter,
+                                         kUrlGetterSignature, session.configuration);
     if (url == nullptr) {
         return nullptr;
     }
@@ -40,8 +38,7 @@ std::unique_ptr<SecureByteVector> readJdbcUrl(const WalletSession& session,
                                     session.utf8Charset));
 }
 
-void writeProperty(const WalletSession& session, const std::string& name,
-                   const SecureByteVector& text) {
+void writeProperty(const WalletSession& session, const char* setter, const SecureByteVector& text) {
     const jsize length = javaArrayLength(text.size());
     const LocalRef<jbyteArray> array(session.env, session.env->NewByteArray(length));
     if (array.get() == nullptr) {
@@ -49,32 +46,32 @@ void writeProperty(const WalletSession& session, const std::string& name,
     }
     checked(session.env, &JNIEnv::SetByteArrayRegion, array.get(), 0, length,
             reinterpret_cast<const jbyte*>(text.begin()));
-    callStatic<void>(session.env, session.plugInConfigurationClass, "set" + name, kSetterSignature,
+    callStatic<void>(session.env, session.plugInConfigurationClass, setter, kSetterSignature,
                      session.jobContext, array.get());
 }
 
 }  // namespace
 
-void runCredentialPass(const WalletSession& session, const std::string& side) {
+void runCredentialPass(const WalletSession& session, const JobSide& side) {
     // The parts point into the URL, so it lives until both properties are done.
-    const std::unique_ptr<SecureByteVector> url = readJdbcUrl(session, side);
+    const std::unique_ptr<SecureByteVector> url = readJdbcUrl(session, side.urlGetter);
     const JdbcUrlParts parts =
         url == nullptr ? JdbcUrlParts{} : parseJdbcUrl({url->begin(), url->end()});
-    substitute(session, side, "OrvantaUserName", parts);
-    substitute(session, side, "OrvantaPassword", parts);
+    substitute(session, side.userName, parts);
+    substitute(session, side.password, parts);
 }
 
-void substitute(const WalletSession& session, const std::string& side, const std::string& property,
+void substitute(const WalletSession& session, const PropertyMethods& property,
                 const JdbcUrlParts& url) {
-    const std::string name = side + property;
-    const auto array = callStatic<jbyteArray>(session.env, session.plugInConfigurationClass,
-                                              "get" + name, kGetterSignature, session.jobContext);
+    const auto array =
+        callStatic<jbyteArray>(session.env, session.plugInConfigurationClass, property.getter,
+                               kGetterSignature, session.jobContext);
     if (array == nullptr) {
         return;
     }
     const std::unique_ptr<SecureByteVector> text = bytesOf(session, array);
     expandReferences(*text, session.walletHandle, url);
-    writeProperty(session, name, *text);
+    writeProperty(session, property.setter, *text);
 }
 
 jsize javaArrayLength(std::size_t size) {

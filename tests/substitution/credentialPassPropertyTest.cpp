@@ -22,13 +22,12 @@ class CredentialProperty : public ::testing::Test {
     ~CredentialProperty() override { EXPECT_EQ(sandbox_.held(), ""); }
 
     // Leaves the calls of the substitution alone in the record. failAt counts those that can fail.
-    std::string substituted(const std::string& side = "Input",
-                            const std::string& property = "OrvantaPassword",
+    std::string substituted(const PropertyMethods& property = kInputSide.password,
                             std::uint64_t failAt = 0,
                             StrictJni::Failure failure = StrictJni::Failure::withException) {
         return withSession(jvm_, job_, [&](const WalletSession& session) {
             jvm_.failCall(failAt, failure);
-            substitute(session, side, property, {});
+            substitute(session, property, {});
         });
     }
 
@@ -53,7 +52,7 @@ TEST_F(CredentialProperty, ReadsExpandsAndWritesBack) {
 
 TEST_F(CredentialProperty, AccessorsAreNamedForSideAndProperty) {
     job_.properties["OutputOrvantaUserName"] = "name";
-    EXPECT_EQ(substituted("Output", "OrvantaUserName"), "");
+    EXPECT_EQ(substituted(kOutputSide.userName), "");
     EXPECT_EQ(jvm_.takeCalls(),
               readCalls("OutputOrvantaUserName", 4) + writeCalls("OutputOrvantaUserName", "name"));
 }
@@ -141,19 +140,19 @@ TEST_F(CredentialProperty, EachCallThatFailsEndsItWithItsException) {
     job_.properties["InputOrvantaPassword"] = "plain";
     std::uint64_t failAt = 0;
     for (const auto& failure : failures) {
-        EXPECT_EQ(substituted("Input", "OrvantaPassword", ++failAt), failure.outcome);
+        EXPECT_EQ(substituted(kInputSide.password, ++failAt), failure.outcome);
         EXPECT_EQ(jvm_.failedCall().substr(0, failure.call.size()), failure.call);
         EXPECT_EQ(jvm_.takeCalls(), callsUpTo(failure.call, all) + failure.afterwards);
         EXPECT_EQ(job_.properties["InputOrvantaPassword"], "plain");
     }
-    EXPECT_EQ(substituted("Input", "OrvantaPassword", ++failAt), "");
+    EXPECT_EQ(substituted(kInputSide.password, ++failAt), "");
     EXPECT_EQ(jvm_.failedCall(), "");
 }
 
 TEST_F(CredentialProperty, ANewArrayThatIsNullIsAFailureAlsoWithoutAJavaException) {
     job_.properties["InputOrvantaPassword"] = "plain";
     constexpr std::uint64_t kNewByteArray = 4;
-    EXPECT_EQ(substituted("Input", "OrvantaPassword", kNewByteArray, StrictJni::Failure::silent),
+    EXPECT_EQ(substituted(kInputSide.password, kNewByteArray, StrictJni::Failure::silent),
               " failed: Cannot allocate Java byte array.");
     EXPECT_EQ(jvm_.failedCall(), "NewByteArray(5)");
 }

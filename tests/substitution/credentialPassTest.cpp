@@ -16,7 +16,7 @@ class CredentialPass : public ::testing::Test {
     CredentialPass() { SandboxWallet::redirectInstallation(); }
     ~CredentialPass() override { EXPECT_EQ(sandbox_.held(), ""); }
 
-    std::string passed(const std::string& side, std::uint64_t failAt = 0) {
+    std::string passed(const JobSide& side, std::uint64_t failAt = 0) {
         return withSession(jvm_, job_, [&](const WalletSession& session) {
             jvm_.failCall(failAt);
             runCredentialPass(session, side);
@@ -42,7 +42,7 @@ TEST_F(CredentialPass, ReadsTheUrlThenDoesUserNameThenPassword) {
     sandbox_.add("u_dbhost", "name");
     sandbox_.add("p_dbhost", "secret");
     setInput("jdbc:orvanta://dbhost/", "$ovwallet(u_$(ovpid))", "$ovwallet(p_$(ovpid))");
-    EXPECT_EQ(passed("Input"), "");
+    EXPECT_EQ(passed(kInputSide), "");
     EXPECT_EQ(jvm_.takeCalls(), urlCalls("Input", 22) + readCalls("InputOrvantaUserName", 21) +
                                     writeCalls("InputOrvantaUserName", "name") +
                                     readCalls("InputOrvantaPassword", 21) +
@@ -55,7 +55,7 @@ TEST_F(CredentialPass, TheOtherSideHasItsOwnAccessors) {
     job_.properties = {{"OutputJdbcUrl", "jdbc:orvanta://o"},
                        {"OutputOrvantaUserName", "$ovwallet"},
                        {"OutputOrvantaPassword", "p"}};
-    EXPECT_EQ(passed("Output"), "");
+    EXPECT_EQ(passed(kOutputSide), "");
     EXPECT_EQ(jvm_.takeCalls(), urlCalls("Output", 16) + readCalls("OutputOrvantaUserName", 9) +
                                     writeCalls("OutputOrvantaUserName", "v") +
                                     readCalls("OutputOrvantaPassword", 1) +
@@ -66,7 +66,7 @@ TEST_F(CredentialPass, AUrlThatIsNullCountsAsAnEmptyOne) {
     sandbox_.add("u_", "name");
     sandbox_.add("com.orvanta.OV2", "secret");
     setInput(std::nullopt, "$ovwallet(u_$(ovpid))", "$ovwallet");
-    EXPECT_EQ(passed("Input"), "");
+    EXPECT_EQ(passed(kInputSide), "");
     EXPECT_EQ(jvm_.takeCalls(), urlGetterCalls("Input") + readCalls("InputOrvantaUserName", 21) +
                                     writeCalls("InputOrvantaUserName", "name") +
                                     readCalls("InputOrvantaPassword", 9) +
@@ -76,7 +76,7 @@ TEST_F(CredentialPass, AUrlThatIsNullCountsAsAnEmptyOne) {
 TEST_F(CredentialPass, AnEmptyUrlHasNoDatabaseId) {
     sandbox_.add("u_", "name");
     setInput("", "$ovwallet(u_$(ovpid))", "p");
-    EXPECT_EQ(passed("Input"), "");
+    EXPECT_EQ(passed(kInputSide), "");
     EXPECT_EQ(userName(), "name");
     const CallRecord calls = jvm_.takeCalls();
     const CallRecord expected = urlCalls("Input", 0);
@@ -87,7 +87,7 @@ TEST_F(CredentialPass, AnEmptyUrlHasNoDatabaseId) {
 
 TEST_F(CredentialPass, TheUrlIsOnlyRead) {
     setInput("jdbc:orvanta://$ovwallet/ LOGMECH =\t'a''b' ", "u", "p");
-    EXPECT_EQ(passed("Input"), "");
+    EXPECT_EQ(passed(kInputSide), "");
     EXPECT_EQ(job_.properties["InputJdbcUrl"], "jdbc:orvanta://$ovwallet/ LOGMECH =\t'a''b' ");
     EXPECT_EQ(sandbox_.takeAsked(), Names{});
 }
@@ -95,13 +95,13 @@ TEST_F(CredentialPass, TheUrlIsOnlyRead) {
 TEST_F(CredentialPass, TheLogonMechanismOfAUrlIsNotTaken) {
     sandbox_.add("com.orvanta.OV2", "default");
     setInput("jdbc:orvanta://dbhost/DATABASE=sales,LOGMECH=LDAP", "$ovwallet", "$ovwallet");
-    EXPECT_EQ(passed("Input"), "");
+    EXPECT_EQ(passed(kInputSide), "");
     EXPECT_EQ(userName() + " " + password(), "default default");
 }
 
 TEST_F(CredentialPass, PropertiesThatAreNullAreLeftAlone) {
     job_.properties = {{"InputJdbcUrl", "jdbc:orvanta://dbhost/"}};
-    EXPECT_EQ(passed("Input"), "");
+    EXPECT_EQ(passed(kInputSide), "");
     EXPECT_EQ(jvm_.takeCalls(), urlCalls("Input", 22) + getterCalls("InputOrvantaUserName") +
                                     getterCalls("InputOrvantaPassword"));
 }
@@ -109,7 +109,7 @@ TEST_F(CredentialPass, PropertiesThatAreNullAreLeftAlone) {
 TEST_F(CredentialPass, AFailingUserNameLeavesThePasswordAlone) {
     sandbox_.add("pw", "secret");
     setInput("jdbc:orvanta://dbhost/", "$ovwallet(none)", "$ovwallet(pw)");
-    EXPECT_EQ(passed("Input"),
+    EXPECT_EQ(passed(kInputSide),
               " failed: Attempt to get value from Orvanta Wallet failed because: There is no "
               "string named \"none\" in the wallet.");
     EXPECT_EQ(jvm_.takeCalls(), urlCalls("Input", 22) + readCalls("InputOrvantaUserName", 15));
@@ -119,7 +119,7 @@ TEST_F(CredentialPass, AFailingUserNameLeavesThePasswordAlone) {
 TEST_F(CredentialPass, AFailingPasswordLeavesTheUserNameWritten) {
     sandbox_.add("un", "name");
     setInput("jdbc:orvanta://dbhost/", "$ovwallet(un)", "$ovwallet(none)");
-    EXPECT_EQ(passed("Input"),
+    EXPECT_EQ(passed(kInputSide),
               " failed: Attempt to get value from Orvanta Wallet failed because: There is no "
               "string named \"none\" in the wallet.");
     EXPECT_EQ(userName() + " " + password(), "name $ovwallet(none)");
@@ -139,7 +139,7 @@ TEST_F(CredentialPass, EachFailureWhileReadingTheUrlEndsThePass) {
     };
     std::uint64_t failAt = 0;
     for (const auto& failure : failures) {
-        EXPECT_EQ(passed("Input", ++failAt), failure.outcome);
+        EXPECT_EQ(passed(kInputSide, ++failAt), failure.outcome);
         EXPECT_EQ(
             jvm_.takeCalls(),
             CallRecord(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(failure.calls)));
@@ -149,7 +149,7 @@ TEST_F(CredentialPass, EachFailureWhileReadingTheUrlEndsThePass) {
 TEST_F(CredentialPass, AThrowingGetBytesEndsThePass) {
     setInput("jdbc:orvanta://dbhost/", "u", "p");
     job_.throwingMethods = {"getBytes"};
-    EXPECT_EQ(passed("Input"), "java/lang/RuntimeException: getBytes failed");
+    EXPECT_EQ(passed(kInputSide), "java/lang/RuntimeException: getBytes failed");
 }
 
 TEST_F(CredentialPass, WithoutTheCharsetGetBytesThrows) {
@@ -157,7 +157,7 @@ TEST_F(CredentialPass, WithoutTheCharsetGetBytesThrows) {
     jvm_.defineStaticField("com/orvanta/connector/common/utils/StandardCharsets", "UTF_8",
                            "Ljava/nio/charset/Charset;", nullptr);
     setInput("jdbc:orvanta://dbhost/", "u", "p");
-    EXPECT_EQ(passed("Input"), "java/lang/NullPointerException: charset");
+    EXPECT_EQ(passed(kInputSide), "java/lang/NullPointerException: charset");
 }
 
 }  // namespace
