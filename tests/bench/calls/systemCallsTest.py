@@ -46,8 +46,9 @@ class Node:
         classes = ":".join(f"{self.build}/java/{name}"
                            for name in ("java-bench", "java-connector", "java-hadoop-types"))
         subprocess.run(
-            ["strace", "-ff", "-o", self.top + "/trace", "-E", f"LD_PRELOAD={self.build}/tests/java/redirect.so",
-             "-E", "SHIM_COMMAND=" + self.command, "-E", "SHIM_RPM=" + self.top + "/none",
+            ["strace", "-ff", "-y", "-e", "signal=none", "-o", self.top + "/trace",
+             "-E", f"LD_PRELOAD={self.build}/tests/java/redirect.so", "-E", "SHIM_COMMAND=" + self.command,
+             "-E", "SHIM_RPM=" + self.top + "/none",
              java, "-Xint", "-XX:+UseSerialGC", "-cp", classes,
              "walletcaller.bench.MarkedCalls", self.private, str(CALLS)],
             check=True, env=self.environment(), stdin=subprocess.DEVNULL)
@@ -62,7 +63,7 @@ class Node:
 
     def what(self, pathname):
         """How the page calls a file."""
-        if pathname == "/proc/self/maps":
+        if re.fullmatch("/proc/(self|[0-9]+)/maps", pathname):
             return "the memory map"
         if pathname == self.private + LIBRARY:
             return "the library's file"
@@ -79,20 +80,16 @@ class Node:
     def summary(self, lines):
         """How often which system call was made on what; the wallet's own are left out."""
         counts = collections.Counter()
-        files = {}
         for line in lines:
-            name, arguments = re.match(r"(\w+)\((.*)", line).groups()
-            descriptor = re.match(r"(\d+)[,)]", arguments) or re.search(r", (\d+), 0(?:x\w+)?\) = 0x", arguments)
-            pathname = re.search(r'"(/[^"]*)"', arguments)
-            what = "memory" if name in ("mlock", "munlock") else ""
-            if descriptor:
-                what = files[descriptor[1]]
-            elif pathname:
+            name = re.match(r"\w+", line)[0]
+            # The file that stands first, by its pathname or behind a descriptor.
+            pathname = re.search(r'(?:\b\d+<|")(/[^>"]*)[>"]', line)
+            if pathname:
                 what = self.what(pathname[1])
             elif name in ("mprotect", "munmap"):
                 what = "the client library"
-            if name == "openat":
-                files[line.rsplit(" ", 1)[1]] = what
+            else:
+                what = "memory" if name in ("mlock", "munlock") else ""
             # The sandbox wallet asks for the process's id when it is loaded.
             if what != "the wallet" and name != "getpid":
                 counts[name, what] += 1
