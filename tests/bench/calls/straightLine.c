@@ -28,7 +28,14 @@ static const char* const kEntryPoints[] = {
 #define WALLET_ENTRY_UNWRAPPED(ordinal, result, name, parameters) #name,
 #include "wallet/EntryPoints.def"
 };
-enum { kEntryPointCount = sizeof kEntryPoints / sizeof *kEntryPoints };
+
+/* Where in the table an entry point stands. */
+enum {
+#define WALLET_ENTRY(ordinal, discipline, result, name, parameters, arguments) k_##name,
+#define WALLET_ENTRY_UNWRAPPED(ordinal, result, name, parameters) k_##name,
+#include "wallet/EntryPoints.def"
+    kEntryPointCount
+};
 
 /* The client library while it is open. */
 struct Software {
@@ -49,15 +56,6 @@ static void require(int condition, const char* what) {
     }
 }
 
-static void* entry(const struct Software* software, const char* name) {
-    for (int i = 0; i < kEntryPointCount; ++i) {
-        if (strcmp(kEntryPoints[i], name) == 0) {
-            return software->entries[i];
-        }
-    }
-    abort();
-}
-
 static void openSoftware(struct Software* software, const char* pathname) {
     software->library = dlopen(pathname, RTLD_LAZY);
     require(software->library != NULL, "dlopen failed");
@@ -65,12 +63,12 @@ static void openSoftware(struct Software* software, const char* pathname) {
         software->entries[i] = dlsym(software->library, kEntryPoints[i]);
         require(software->entries[i] != NULL, kEntryPoints[i]);
     }
-    *(void**)&software->open = entry(software, "OvWalletFactory_generateOvWalletV1");
-    *(void**)&software->get = entry(software, "OvWallet_getStringValue");
-    *(void**)&software->bytes = entry(software, "OvWallet_getPtrLockedUTF8Vector");
-    *(void**)&software->size = entry(software, "OvWallet_getSizeLockedUTF8Vector");
-    *(void**)&software->freeValue = entry(software, "OvWallet_freeLockedUTF8Vector");
-    *(void**)&software->freeWallet = entry(software, "OvWallet_freeV1");
+    *(void**)&software->open = software->entries[k_OvWalletFactory_generateOvWalletV1];
+    *(void**)&software->get = software->entries[k_OvWallet_getStringValue];
+    *(void**)&software->bytes = software->entries[k_OvWallet_getPtrLockedUTF8Vector];
+    *(void**)&software->size = software->entries[k_OvWallet_getSizeLockedUTF8Vector];
+    *(void**)&software->freeValue = software->entries[k_OvWallet_freeLockedUTF8Vector];
+    *(void**)&software->freeWallet = software->entries[k_OvWallet_freeV1];
 }
 
 /* Where the shipped file lies in memory. It is looked for in place of this very library: how much
@@ -98,11 +96,13 @@ static void findOwnFile(char* pathname) {
         char* line = text;
         for (char* newline = NULL; (newline = memchr(line, '\n', (size_t)(end - line))) != NULL;
              line = newline + 1) {
+            const char* const name = memchr(line, '/', (size_t)(newline - line));
+            if (name == NULL) {
+                continue;
+            }
             const char* at = line;
             const uintptr_t begin = address(&at);
             if (begin <= place && place < address(&at)) {
-                const char* const name = memchr(line, '/', (size_t)(newline - line));
-                require(name != NULL, "our line of the memory map has no pathname");
                 memcpy(pathname, name, (size_t)(newline - name));
                 pathname[newline - name] = '\0';
                 close(map);
@@ -285,8 +285,6 @@ static void side(const struct Java* java, const struct Software* software, void*
 }
 
 JNIEXPORT void JNICALL Java_walletcaller_bench_StraightLine_standInFor(JNIEnv* env, jclass caller,
-                                                                       jstring library);
-JNIEXPORT void JNICALL Java_walletcaller_bench_StraightLine_standInFor(JNIEnv* env, jclass caller,
                                                                        jstring library) {
     (void)caller;
     const char* const pathname = (*env)->GetStringUTFChars(env, library, NULL);
@@ -298,9 +296,6 @@ JNIEXPORT void JNICALL Java_walletcaller_bench_StraightLine_standInFor(JNIEnv* e
     (*env)->ReleaseStringUTFChars(env, library, pathname);
 }
 
-JNIEXPORT void JNICALL Java_walletcaller_bench_StraightLine_performSubstitutions(JNIEnv* env,
-                                                                                 jclass caller,
-                                                                                 jobject job);
 JNIEXPORT void JNICALL Java_walletcaller_bench_StraightLine_performSubstitutions(JNIEnv* env,
                                                                                  jclass caller,
                                                                                  jobject job) {
@@ -327,9 +322,6 @@ JNIEXPORT void JNICALL Java_walletcaller_bench_StraightLine_performSubstitutions
 
 /* The client library is opened, asked for the four values, and closed: the part of a call that is
  * the wallet's. */
-JNIEXPORT void JNICALL Java_walletcaller_bench_StraightLine_useWallet(JNIEnv* env, jclass caller,
-                                                                      jstring pathname,
-                                                                      jobjectArray names);
 JNIEXPORT void JNICALL Java_walletcaller_bench_StraightLine_useWallet(JNIEnv* env, jclass caller,
                                                                       jstring pathname,
                                                                       jobjectArray names) {
