@@ -110,6 +110,7 @@ static void findOwnFile(char* pathname) {
             }
         }
         kept = (size_t)(end - line);
+        require(kept <= kPage, "a line of the memory map is too long");
         memmove(text, line, kept);
     }
 }

@@ -60,6 +60,10 @@ final class Growth {
                     call.run();
                 }
             });
+            caller.setUncaughtExceptionHandler((thread, failure) -> {
+                failure.printStackTrace();
+                Runtime.getRuntime().halt(1);
+            });
             caller.start();
             callers.add(caller);
         }
